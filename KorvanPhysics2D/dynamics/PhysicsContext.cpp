@@ -1,0 +1,185 @@
+#include <KorvanPhysics2D/DebugCheck.h>
+#include <KorvanPhysics2D/collision/CollisionContext.h>
+#include <KorvanPhysics2D/constraints/ConstraintSet.h>
+#include <KorvanPhysics2D/constraints/ContactConstraint.h>
+#include <KorvanPhysics2D/constraints/Solver.h>
+#include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/dynamics/Integrator.h>
+#include <KorvanPhysics2D/dynamics/PhysicsContext.h>
+
+#include <new>
+
+namespace KorvanPHX2D {
+
+namespace {
+
+// Transient marks of the grouping pass, set and cleared inside updateF only, so
+// they are never seen between steps (bits 0..6 of the flag word belong to the
+// hierarchy). Grouped: the body has been put into a group in this step. Listed:
+// the body is in aRemaining, whose entries get both marks cleared at the end.
+constexpr std::uint32_t kFlagGrouped = 0x80u;
+constexpr std::uint32_t kFlagListed = 0x100u;
+
+}  // namespace
+
+xPhysicsContext::xPhysicsContext()
+    : iCurrentIntegrator(0),
+      iCurrentSolver(0),
+      nGroups(0),
+      ptrOwnIntegrator(new xEuler1stOrder()),
+      ptrOwnSolver(new xGaussSouthwell()) {
+  aIntegrators.append(ptrOwnIntegrator);
+  aSolvers.append(ptrOwnSolver);
+  aBodies.preallocate(64);
+  aActiveBodies.preallocate(64);
+}
+
+xPhysicsContext::xPhysicsContext(const xPhysicsContext& other)
+    : aContacts(other.aContacts),
+      aTempContacts(other.aTempContacts),
+      aBodies(other.aBodies),
+      aActiveBodies(other.aActiveBodies),
+      aIntegrators(other.aIntegrators),
+      iCurrentIntegrator(other.iCurrentIntegrator),
+      aSolvers(other.aSolvers),
+      iCurrentSolver(other.iCurrentSolver),
+      nGroups(other.nGroups),
+      ptrOwnIntegrator(nullptr),
+      ptrOwnSolver(nullptr) {}
+
+xPhysicsContext& xPhysicsContext::operator=(const xPhysicsContext& other) {
+  aContacts = other.aContacts;
+  aTempContacts = other.aTempContacts;
+  aBodies = other.aBodies;
+  aActiveBodies = other.aActiveBodies;
+  aIntegrators = other.aIntegrators;
+  iCurrentIntegrator = other.iCurrentIntegrator;
+  aSolvers = other.aSolvers;
+  iCurrentSolver = other.iCurrentSolver;
+  nGroups = other.nGroups;
+  return *this;
+}
+
+xPhysicsContext::~xPhysicsContext() {
+  delete ptrOwnIntegrator;
+  delete ptrOwnSolver;
+}
+
+void xPhysicsContext::addBody(xBody* b) {
+  if (!aBodies.contains(b)) aBodies.append(b);
+}
+
+void xPhysicsContext::removeBody(xBody* b) {
+  // Destroying a body that was never initialised is ordinary: no check here.
+  const int index = aBodies.findIndex(b);
+  if (index >= 0) aBodies.remove(index, 1);
+}
+
+void xPhysicsContext::moveBody(xBody*, const Vec3&, const Vec3&) {}
+
+void xPhysicsContext::addToActiveBodies(xBody* b) { aActiveBodies.append(b); }
+
+void xPhysicsContext::removeFromActiveBodies(xBody* b) {
+  const int index = aActiveBodies.findIndex(b);
+  KVN_CHECK(index >= 0, "xPhysicsContext::removeFromActiveBodies", "body is not active");
+  if (index >= 0) aActiveBodies.remove(index, 1);
+}
+
+bool xPhysicsContext::isInActiveBodies(xBody* b) { return aActiveBodies.contains(b); }
+
+int xPhysicsContext::bodiesCount() { return aBodies.size(); }
+
+int xPhysicsContext::activeBodiesCount() { return aActiveBodies.size(); }
+
+int xPhysicsContext::groups() { return nGroups; }
+
+xIntegrator* xPhysicsContext::getIntegrator() { return aIntegrators[iCurrentIntegrator]; }
+
+xSolverLCP* xPhysicsContext::getSolver() { return aSolvers[iCurrentSolver]; }
+
+void xPhysicsContext::updateF(float dt) {
+  xCollisionContext* collision = g_ptrSDK->collisionContext();
+  aTempContacts.clear();
+
+  // Wake-up pass. Bodies woken here are appended and visited by the same loop.
+  for (int i = 0; i < aActiveBodies.size(); ++i) aActiveBodies[i]->activate();
+
+  nGroups = 0;
+  collision->generateContacts();
+
+  // Room for this step's contacts, without the shrink rule of a plain resize
+  // (which would move the storage when the count drops).
+  const int contactCount = aTempContacts.size();
+  aContacts.resize(contactCount, false);
+  aContacts.resize(0, false);
+  for (int i = 0; i < contactCount; ++i) {
+    const xTempContact& t = aTempContacts[i];
+    xContactConstraint* contact = new xContactConstraint();
+    contact->initialize(t.ptrBodySrc, t.ptrBodyDst, t.ptrMaterialSrc, t.ptrMaterialDst, t.vPoint,
+                        t.vNormal, t.fDepth, t.bFlag);
+    aContacts.append(contact);
+  }
+
+  // Grouping. The active bodies are taken in order; each one not yet grouped in
+  // this step starts a group that collects, breadth first, every body reachable
+  // through constraint sets (sleeping bodies included, which then carry the
+  // walk further). Groups are connected components, so a step-long mark per
+  // body gives the same groups as removing grouped bodies from a list of
+  // remaining ones, in linear time.
+  const int activeCount = aActiveBodies.size();
+  aRemaining.resize(activeCount, false);
+  for (int i = 0; i < activeCount; ++i) {
+    aRemaining[i] = aActiveBodies[i];
+    aRemaining[i]->uFlags |= kFlagListed;
+  }
+  aGroupBodies.resize(0, false);
+  aGroupConstraints.resize(0, false);
+
+  for (int s = 0; s < activeCount; ++s) {
+    xBody* start = aRemaining[s];
+    if ((start->uFlags & kFlagGrouped) != 0u) continue;
+    start->uFlags |= kFlagGrouped;
+    aGroupBodies.append(start);
+
+    for (int i = 0; i < aGroupBodies.size(); ++i) {
+      xBody* body = aGroupBodies[i];
+      for (xConstraintSet* c = body->getFirstJoint(); c != nullptr; c = c->getNextInBody(body)) {
+        if (c->isClosedSet()) continue;
+        aGroupConstraints.append(c);
+        c->setClosedFlag();
+        xBody* other = c->bodyDst() != body ? c->bodyDst() : c->bodySrc();
+        if (other == nullptr || (other->uFlags & kFlagGrouped) != 0u) continue;
+        other->uFlags |= kFlagGrouped;
+        aGroupBodies.append(other);
+        // Sleeping bodies pulled in are listed behind the active ones (never
+        // starting a group) so that their marks are cleared with the others.
+        if ((other->uFlags & kFlagListed) == 0u) {
+          other->uFlags |= kFlagListed;
+          aRemaining.append(other);
+        }
+      }
+    }
+
+    // Stepping always uses the first integrator and the first solver.
+    iCurrentIntegrator = 0;
+    iCurrentSolver = 0;
+    xIntegrator* integrator = aIntegrators[0];
+    xSolverLCP* solver = aSolvers[0];
+    solver->solve(aGroupBodies, aGroupConstraints, *integrator, dt);
+    ++nGroups;
+
+    for (int i = 0; i < aGroupBodies.size(); ++i) aGroupBodies[i]->clearGroupActivated();
+    for (int i = 0; i < aGroupConstraints.size(); ++i) aGroupConstraints[i]->clearClosedFlag();
+    aGroupBodies.resize(0, false);
+    aGroupConstraints.resize(0, false);
+  }
+  for (int i = 0; i < aRemaining.size(); ++i)
+    aRemaining[i]->uFlags &= ~(kFlagGrouped | kFlagListed);
+  aRemaining.resize(0, false);
+
+  for (int i = 0; i < aContacts.size(); ++i) aContacts[i]->release();
+  aContacts.deleteAll();
+}
+
+}  // namespace KorvanPHX2D
