@@ -1,0 +1,63 @@
+#pragma once
+
+// The collision world: every initialised shape, the set of active shapes, the
+// broad-phase classification space and the per-step contact generation.
+
+#include <KorvanPhysics2D/Export.h>
+#include <KorvanPhysics2D/math/Array.h>
+#include <KorvanPhysics2D/math/MathTypes.h>
+
+namespace KorvanPHX2D {
+
+class xClassificationSpace;
+class xMaterial;
+class xShape;
+
+// Owned by the engine object and reached through g_ptrSDK->collisionContext().
+class KVN_API xCollisionContext {
+ public:
+  bool bUseSpace;                  // true: candidates come from the quadtree; false: all pairs
+  bool bGenerating;                // true while generateContacts runs
+  xArray<xShape*> aShapes;         // shapes in the collision world, order of addition
+  xArray<xShape*> aActiveShapes;   // shapes of awake bodies; null entries only while generating
+  xClassificationSpace* ptrSpace;  // owned quadtree
+
+  xCollisionContext();
+  // Deletes the space; the shapes are left untouched (flags and cell ranges stay).
+  ~xCollisionContext();
+  xCollisionContext(const xCollisionContext&) = default;
+  xCollisionContext& operator=(const xCollisionContext&) = default;
+
+  // Adds the shape to the list and the quadtree once (added-to-space flag).
+  void addShape(xShape* s);
+  // Removes the shape from the list and the quadtree if it was added.
+  void removeShape(xShape* s);
+  // Refiles the shape in the quadtree; the placements are not used.
+  void moveShape(xShape* s, const Vec3& from, const Vec3& to);
+  // Whether s is in the active set.
+  bool isInActive(xShape* s);
+  // Appends s to the active set unless it is there.
+  void addToActive(xShape* s);
+  // Removes s from the active set (while generating: leaves a null entry that
+  // the pass compacts). s must be in the set.
+  void removeFromActive(xShape* s);
+  // The contact generation pass of one step.
+  void generateContacts();
+  // Called by the colliders for every contact: applies the category rules,
+  // asks the owning entities, wakes the bodies and appends an xTempContact to
+  // the physics context. `normal` points from a towards b. Returns whether a
+  // record was stored.
+  bool createTempContact(xShape* a, xShape* b, xMaterial* ma, xMaterial* mb, const Vec2& point,
+                         float depth, const Vec2& normal);
+
+  int shapesCount() { return aShapes.size(); }
+  int activeShapesCount() { return aActiveShapes.size(); }
+  xClassificationSpace* collisionSpace() const { return ptrSpace; }
+};
+
+// Hands a pair to the collider for their two kinds, the shape of the lower
+// kind first (for equal kinds `first` first). Shapes with a negative collider
+// ID, and kinds without a collider, are skipped.
+KVN_API void dispatchPair(xShape* first, xShape* second);
+
+}  // namespace KorvanPHX2D
