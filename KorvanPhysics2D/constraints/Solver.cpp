@@ -1,0 +1,448 @@
+#include <KorvanPhysics2D/DebugCheck.h>
+#include <KorvanPhysics2D/constraints/BodyStream.h>
+#include <KorvanPhysics2D/constraints/ConstraintSet.h>
+#include <KorvanPhysics2D/constraints/EquationStream.h>
+#include <KorvanPhysics2D/constraints/RowSort.h>
+#include <KorvanPhysics2D/constraints/Solver.h>
+#include <KorvanPhysics2D/core/Configurator.h>
+#include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/dynamics/Integrator.h>
+#include <KorvanPhysics2D/dynamics/PhysicsContext.h>
+
+#include <cmath>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+#include <cstring>
+#include <vector>
+
+namespace KorvanPHX2D {
+
+namespace {
+
+constexpr float kUnbounded = 1e38f;
+
+// The library's single streams and the sweep's scratch. Created on the first
+// solve and kept until the process ends (never freed: other singletons they
+// depend on may already be gone at exit).
+xEquationStream* s_equationStream = nullptr;
+xBodyStream* s_bodyStream = nullptr;
+
+xEquationStream& equationStream() {
+  if (s_equationStream == nullptr) s_equationStream = new xEquationStream();
+  return *s_equationStream;
+}
+
+xBodyStream& bodyStream() {
+  if (s_bodyStream == nullptr) s_bodyStream = new xBodyStream();
+  return *s_bodyStream;
+}
+
+// One body's sweep data, gathered once per sub-step: the running force row and
+// what cannot change during the sweeps (velocity / h, inverse mass, inverse
+// inertia).
+struct BodyLane {
+  float force[3];
+  float velOverH[3];
+  float invMass;
+  float invInertia;
+};
+
+// One equation row laid out for the sweep (one cache line), built once per
+// sub-step. Body indices are lanes (body row / 3), -1 without a body. The force
+// a row applies is not stored: J * lambda of its previous visit is recomputed
+// from prevSolution with the same multiplication, which gives the same bits.
+struct alignas(64) PackedRow {
+  float jSrc[3];
+  float jDst[3];
+  float rhsOverH;
+  float invEffMass;
+  float lowerBound;
+  float upperBound;
+  std::int32_t laneSrc;
+  std::int32_t laneDst;
+  std::int32_t boundScaleRow;
+  std::uint8_t angularSrc;
+  std::uint8_t angularDst;
+};
+
+// Sweep scratch; buffers only grow, so steady group sizes allocate nothing.
+struct SweepScratch {
+  std::vector<BodyLane> lanes;
+  std::vector<PackedRow> rows;
+  detail::xRowSorter sorter;
+};
+
+SweepScratch& sweepScratch() {
+  static SweepScratch* scratch = new SweepScratch();
+  return *scratch;
+}
+
+float* data(xVector& v) { return v.vc_pData; }
+float* rowPtr(xMatrix& m, int r) { return &m(r, 0); }
+
+// The solver's own reset at the start of every sub-step. It differs from
+// xEquationStream::reset: compliance 0, only boundScaleRow to -1, body rows to 0.
+void resetForSubstep(xEquationStream& eq, xBodyStream& bodies) {
+  kvnSetToZeroV(eq.solution);
+  kvnSetToZeroV(eq.prevSolution);
+  kvnSetToZeroV(eq.residual);
+  kvnSetToZeroV(eq.invEffMass);
+  kvnSetToZeroV(eq.change);
+  kvnSetToZeroV(eq.rhs);
+  kvnSetToZeroM(eq.jacobianSrc);
+  kvnSetToZeroM(eq.jacobianDst);
+  kvnSetToZeroM(eq.appliedSrc);
+  kvnSetToZeroM(eq.appliedDst);
+  kvnSetToZeroV(eq.relaxation);
+  kvnSetToZeroV(eq.compliance);
+  kvnSetToValueV(eq.lowerBound, -kUnbounded);
+  kvnSetToValueV(eq.upperBound, kUnbounded);
+  const int n = eq.boundScaleRow.size();
+  int* scale = eq.boundScaleRow.dataPtr();
+  int* rowSrc = eq.bodyRowSrc.dataPtr();
+  int* rowDst = eq.bodyRowDst.dataPtr();
+  for (int i = 0; i < n; ++i) {
+    scale[i] = -1;
+    rowSrc[i] = 0;
+    rowDst[i] = 0;
+  }
+  kvnSetToZeroM(bodies.invMass);
+  kvnSetToZeroV(bodies.force);
+}
+
+// Share of one body in a row's J M^-1 J^T.
+float bodyShare(xBodyStream& bodies, int r, int dof, const float* j) {
+  float share = bodies.invMass(r, 0) * (j[0] * j[0] + j[1] * j[1]);
+  if (dof == 3) share = share + bodies.invMass(r + 2, 2) * (j[2] * j[2]);
+  return share;
+}
+
+void computeInverseEffectiveMasses(xEquationStream& eq, xBodyStream& bodies, float h) {
+  const int n = eq.rowCount;
+  for (int k = 0; k < n; ++k) {
+    const int rSrc = eq.bodyRowSrc[k];
+    const int rDst = eq.bodyRowDst[k];
+    const float dSrc =
+        rSrc != -1 ? bodyShare(bodies, rSrc, eq.dofSrc[k], rowPtr(eq.jacobianSrc, k)) : 0.0f;
+    const float dDst =
+        rDst != -1 ? bodyShare(bodies, rDst, eq.dofDst[k], rowPtr(eq.jacobianDst, k)) : 0.0f;
+    eq.invEffMass(k) =
+        1.0f / ((dSrc + dDst) * (1.0f + eq.relaxation(k) / h) + eq.compliance(k) / h);
+  }
+}
+
+// Gathers the body lanes and packed rows of this sub-step. Every value is taken
+// with the operations of the plain formulation (velocity / h, rhs * (1 / h)) so
+// that the sweeps give the same bits.
+void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int bodyCount,
+                 float h) {
+  s.lanes.resize(static_cast<std::size_t>(bodyCount));
+  for (int b = 0; b < bodyCount; ++b) {
+    BodyLane& lane = s.lanes[static_cast<std::size_t>(b)];
+    const int r = 3 * b;
+    for (int c = 0; c < 3; ++c) {
+      lane.force[c] = bodies.force(r + c);
+      lane.velOverH[c] = bodies.velocity(r + c) / h;
+    }
+    lane.invMass = bodies.invMass(r, 0);
+    lane.invInertia = bodies.invMass(r + 2, 2);
+  }
+
+  const int n = eq.rowCount;
+  const float invH = 1.0f / h;
+  s.rows.resize(static_cast<std::size_t>(n));
+  for (int k = 0; k < n; ++k) {
+    PackedRow& row = s.rows[static_cast<std::size_t>(k)];
+    const float* jSrc = rowPtr(eq.jacobianSrc, k);
+    const float* jDst = rowPtr(eq.jacobianDst, k);
+    for (int c = 0; c < 3; ++c) {
+      row.jSrc[c] = jSrc[c];
+      row.jDst[c] = jDst[c];
+    }
+    row.rhsOverH = eq.rhs(k) * invH;
+    row.invEffMass = eq.invEffMass(k);
+    row.lowerBound = eq.lowerBound(k);
+    row.upperBound = eq.upperBound(k);
+    const int rSrc = eq.bodyRowSrc[k];
+    const int rDst = eq.bodyRowDst[k];
+    KVN_CHECK(rSrc == -1 || (rSrc >= 0 && rSrc / 3 < bodyCount), "xGaussSouthwell::solve",
+              "source body of a row is not in the group");
+    KVN_CHECK(rDst == -1 || (rDst >= 0 && rDst / 3 < bodyCount), "xGaussSouthwell::solve",
+              "destination body of a row is not in the group");
+    row.laneSrc = rSrc == -1 ? -1 : rSrc / 3;
+    row.laneDst = rDst == -1 ? -1 : rDst / 3;
+    row.boundScaleRow = eq.boundScaleRow[k];
+    row.angularSrc = eq.dofSrc[k] == 3 ? 1 : 0;
+    row.angularDst = eq.dofDst[k] == 3 ? 1 : 0;
+  }
+}
+
+// lambda clamped to [lo, hi]: lo when lambda < lo or lambda is NaN, else hi
+// when hi < lambda. Without branches where possible: the outcome of the
+// comparisons is data-dependent and mispredicts often.
+inline float clampToBounds(float lambda, float lo, float hi) {
+#if defined(__SSE2__)
+  const __m128 l = _mm_set_ss(lambda);
+  const __m128 vLo = _mm_set_ss(lo);
+  const __m128 vHi = _mm_set_ss(hi);
+  const __m128 above = _mm_cmplt_ss(vHi, l);
+  const __m128 capped = _mm_or_ps(_mm_and_ps(above, vHi), _mm_andnot_ps(above, l));
+  const __m128 below = _mm_or_ps(_mm_cmplt_ss(l, vLo), _mm_cmpunord_ss(l, l));
+  return _mm_cvtss_f32(_mm_or_ps(_mm_and_ps(below, vLo), _mm_andnot_ps(below, capped)));
+#else
+  if (lambda < lo || std::isnan(lambda)) return lo;
+  if (hi < lambda) return hi;
+  return lambda;
+#endif
+}
+
+// Takes the row's previous force (J * its previous lambda) out of the lane and
+// returns the lane's part of the row's residual. In the first sweep of a
+// sub-step the row has applied nothing yet and nothing is subtracted.
+template <bool kFirstSweep>
+inline float removeAndMeasure(BodyLane& lane, const float* j, float prevLambda, bool angular) {
+  if (!kFirstSweep) {
+    lane.force[0] -= j[0] * prevLambda;
+    lane.force[1] -= j[1] * prevLambda;
+    if (angular) lane.force[2] -= j[2] * prevLambda;
+  }
+  float e = -((lane.force[0] * lane.invMass + lane.velOverH[0]) * j[0] +
+              (lane.force[1] * lane.invMass + lane.velOverH[1]) * j[1]);
+  if (angular) e -= (lane.velOverH[2] + lane.invInertia * lane.force[2]) * j[2];
+  return e;
+}
+
+// Adds the row's new force J * lambda to the lane.
+inline void applyForce(BodyLane& lane, const float* j, float lambda, bool angular) {
+  lane.force[0] += j[0] * lambda;
+  lane.force[1] += j[1] * lambda;
+  if (angular) lane.force[2] += j[2] * lambda;
+}
+
+// One projected sweep over the rows in `order`. Returns whether it passed the
+// convergence test: with the relative test a row blocks when abs(change * tol)
+// < change, with the absolute one when tol < change; a NaN never blocks. With
+// the relative test and a tolerance below 1 only all-zero changes pass; kept as
+// is, the sweeps then run to the limit.
+template <bool kFirstSweep>
+bool sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, float* solution,
+           float* change, float* residual, float tol, bool relative) {
+  BodyLane* lanes = s.lanes.data();
+  const PackedRow* rows = s.rows.data();
+  constexpr int kPrefetchAhead = 12;
+  bool blocked = false;
+  for (int i = 0; i < n; ++i) {
+    if (i + kPrefetchAhead < n) __builtin_prefetch(&rows[order[i + kPrefetchAhead]]);
+    const int k = order[i];
+    const PackedRow& row = rows[k];
+    const float prev = prevSolution[k];
+    const bool angularSrc = row.angularSrc != 0;
+    const bool angularDst = row.angularDst != 0;
+    float eSrc = 0.0f;
+    float eDst = 0.0f;
+    if (row.laneSrc != -1) {
+      eSrc = removeAndMeasure<kFirstSweep>(lanes[row.laneSrc], row.jSrc, prev, angularSrc);
+    }
+    if (row.laneDst != -1) {
+      eDst = removeAndMeasure<kFirstSweep>(lanes[row.laneDst], row.jDst, prev, angularDst);
+    }
+    const float res = row.rhsOverH + (eSrc + eDst);
+    residual[k] = res;
+    float lo = row.lowerBound;
+    float hi = row.upperBound;
+    if (row.boundScaleRow >= 0) {
+      const float scale = prevSolution[row.boundScaleRow];
+      lo *= scale;
+      hi *= scale;
+    }
+    const float lambda = clampToBounds(res * row.invEffMass, lo, hi);
+    solution[k] = lambda;
+    const float c = std::fabs(lambda - prev);
+    change[k] = c;
+    blocked |= relative ? std::fabs(c * tol) < c : tol < c;
+    if (row.laneSrc != -1) applyForce(lanes[row.laneSrc], row.jSrc, lambda, angularSrc);
+    if (row.laneDst != -1) applyForce(lanes[row.laneDst], row.jDst, lambda, angularDst);
+  }
+  return !blocked;
+}
+
+// Writes what the sweeps kept in the scratch back into the streams: the force
+// rows, and the force each row applies (J * lambda, as the sweep formed it).
+void unpackSubstep(const SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int bodyCount) {
+  for (int b = 0; b < bodyCount; ++b) {
+    const BodyLane& lane = s.lanes[static_cast<std::size_t>(b)];
+    for (int c = 0; c < 3; ++c) bodies.force(3 * b + c) = lane.force[c];
+  }
+  const int n = eq.rowCount;
+  for (int k = 0; k < n; ++k) {
+    const PackedRow& row = s.rows[static_cast<std::size_t>(k)];
+    const float lambda = eq.solution(k);
+    float* aSrc = rowPtr(eq.appliedSrc, k);
+    float* aDst = rowPtr(eq.appliedDst, k);
+    if (row.laneSrc != -1) {
+      aSrc[0] = row.jSrc[0] * lambda;
+      aSrc[1] = row.jSrc[1] * lambda;
+      aSrc[2] = row.angularSrc != 0 ? row.jSrc[2] * lambda : 0.0f;
+    }
+    if (row.laneDst != -1) {
+      aDst[0] = row.jDst[0] * lambda;
+      aDst[1] = row.jDst[1] * lambda;
+      aDst[2] = row.angularDst != 0 ? row.jDst[2] * lambda : 0.0f;
+    }
+  }
+}
+
+// The projected sweeps of one sub-step, at most maxIterations of them.
+void runSweeps(xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
+               int maxIterations) {
+  if (maxIterations <= 0) return;
+  const xConfigurator* cfg = xConfigurator::Instance();
+  const float tol = cfg->cfg_solverTolerance;
+  const bool relative = cfg->cfg_relativeTolerance;
+  SweepScratch& s = sweepScratch();
+  packSubstep(s, eq, bodies, bodyCount, h);
+  const int n = eq.rowCount;
+  float* prevSolution = data(eq.prevSolution);
+  float* solution = data(eq.solution);
+  float* change = data(eq.change);
+  float* residual = data(eq.residual);
+  int* order = eq.sweepOrder.dataPtr();
+  for (int iteration = 0; iteration < maxIterations; ++iteration) {
+    s.sorter.sortDescending(change, n, order);
+    const bool done =
+        iteration == 0
+            ? sweep<true>(s, order, n, prevSolution, solution, change, residual, tol, relative)
+            : sweep<false>(s, order, n, prevSolution, solution, change, residual, tol, relative);
+    if (n > 0) std::memcpy(prevSolution, solution, sizeof(float) * static_cast<std::size_t>(n));
+    if (done) break;
+  }
+  unpackSubstep(s, eq, bodies, bodyCount);
+}
+
+}  // namespace
+
+xSolverLCP::xSolverLCP() : stepSize(0.0f), time(0.0f) {}
+
+xSolverLCP::~xSolverLCP() = default;
+
+int xSolverLCP::averageBodySetting(xArray<xBody*>& bodies) {
+  int sum = 0;
+  const int n = bodies.size();
+  for (int i = 0; i < n; ++i) sum += bodies[i]->nReserved;
+  return sum / n;
+}
+
+void xSolverLCP::solverHook(xEquationStream&, int) {}
+
+xGaussSouthwell::xGaussSouthwell() = default;
+
+xGaussSouthwell::~xGaussSouthwell() = default;
+
+void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& constraints,
+                            xIntegrator& integrator, float dt) {
+  xEquationStream& eq = equationStream();
+  xBodyStream& bs = bodyStream();
+  xConfigurator* cfg = xConfigurator::Instance();
+
+  const int bodyCount = bodies.size();
+  const int constraintCount = constraints.size();
+  const int bodyRows = 3 * bodyCount;
+  int maxRows = 0;
+  for (int j = 0; j < constraintCount; ++j) maxRows += constraints[j]->getMaxDOF();
+  bs.gravity = cfg->cfg_gravity;
+
+  // The quotient is taken in double precision: 0.05 / 0.01 in floats gives
+  // 5.0000002 and so 6 sub-steps; hosts rely on that count.
+  int n = static_cast<int>(
+      std::ceil(static_cast<double>(dt) / static_cast<double>(cfg->cfg_maxSubstep)));
+  if (bodyCount == 1) n = 1;
+  if (!cfg->cfg_substepping) n = 1;
+  stepSize = dt / static_cast<float>(n);
+  cfg->cfg_lastSubsteps = n;
+  // Intended: every sub-step then spans the whole step.
+  if (cfg->cfg_fullStepIntegration) stepSize = dt;
+
+  eq.allocate(maxRows);
+  rowsPerConstraint.clear();
+  rowsPerConstraint.resize(constraintCount);
+  bs.allocate(bodyRows, bodyCount);
+  bs.clear();
+  bs.loadExternalForces(bodies);
+  bs.loadPlacements(bodies);
+  bs.loadVelocities(bodies);
+
+  time = g_ptrSDK->timeNow();
+  const int maxIterations = cfg->cfg_maxIterations;
+
+  for (int i = 0; i < n; ++i) {
+    // Accumulated on the running value: with n > 1 the clock first moves back and
+    // stays put in the last sub-step. The sleeping bookkeeping depends on it.
+    time = time + static_cast<float>(i + 1 - n) * stepSize;
+    bs.restoreExternalForces(bodies);
+    resetForSubstep(eq, bs);
+    bs.prepareSubstep(bodies);
+    if (constraintCount > 0) {
+      formAllEquations(constraints, eq, bs);
+      computeInverseEffectiveMasses(eq, bs, stepSize);
+      runSweeps(eq, bs, bodyCount, stepSize, maxIterations);
+      if (cfg->cfg_storeSolutions) {
+        int firstRow = 0;
+        for (int j = 0; j < constraintCount; ++j) {
+          constraints[j]->storeSolutions(eq.solution, firstRow);
+          firstRow += rowsPerConstraint[j];
+        }
+      }
+    }
+    integrator.integrate(bodies, bs, stepSize);
+  }
+
+  bs.commitPlacements(bodies);
+  bs.commitVelocities(bodies);
+
+  if (cfg->cfg_autoDeactivate) {
+    const float now = g_ptrSDK->physicsContext()->getSolver()->time;
+    for (int b = 0; b < bodyCount; ++b) {
+      xBody* body = bodies[b];
+      // Written as "not less than" so that a NaN deactivates as well.
+      if (!(now - body->fRestDelay < body->fLastMotionTime)) body->deactivate();
+    }
+  }
+
+  for (int b = 0; b < bodyCount; ++b) {
+    bodies[b]->setForce(Vec2(0.0f, 0.0f));
+    bodies[b]->setTorque(0.0f);
+  }
+}
+
+void xGaussSouthwell::formAllEquations(xArray<xConstraintSet*>& constraints, xEquationStream& eq,
+                                       xBodyStream& bodies) {
+  eq.rowCursor = 0;
+  const int count = constraints.size();
+  if (count == 0) {
+    eq.rowCount = 0;
+    return;
+  }
+  for (int j = 0; j < count; ++j) {
+    xConstraintSet* c = constraints[j];
+    const int k = c->formEquations(eq, bodies, stepSize);
+    xBody* src = c->m_bodySrc;
+    xBody* dst = c->m_bodyDst;
+    const int rowSrc = src != nullptr ? 3 * src->iStreamIndex : -1;
+    const int dofSrc = src != nullptr ? src->getDOF() : -1;
+    const int rowDst = dst != nullptr ? 3 * dst->iStreamIndex : -1;
+    const int dofDst = dst != nullptr ? dst->getDOF() : -1;
+    for (int row = eq.rowCursor; row < eq.rowCursor + k; ++row) {
+      eq.bodyRowSrc[row] = rowSrc;
+      eq.dofSrc[row] = dofSrc;
+      eq.bodyRowDst[row] = rowDst;
+      eq.dofDst[row] = dofDst;
+    }
+    rowsPerConstraint[j] = k;
+    eq.rowCursor += k;
+  }
+  eq.rowCount = eq.rowCursor;
+}
+
+}  // namespace KorvanPHX2D

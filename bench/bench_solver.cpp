@@ -1,0 +1,209 @@
+// The solver on one large group: 1,830 bodies (the boxes of a 60-row pyramid)
+// held by 2,700 contact-like constraint sets of two rows each (5,400 rows),
+// solved with the default settings (one sub-step, 50 sweeps, each after a
+// sort). Also the sweep ordering alone: radix sort against std::stable_sort
+// and the C library's qsort with a float-difference comparator.
+
+#include <KorvanPhysics2D/constraints/ConstraintSet.h>
+#include <KorvanPhysics2D/constraints/EquationStream.h>
+#include <KorvanPhysics2D/constraints/RowSort.h>
+#include <KorvanPhysics2D/constraints/Solver.h>
+#include <KorvanPhysics2D/core/Configurator.h>
+#include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/dynamics/Integrator.h>
+#include <KorvanPhysics2D/dynamics/PhysicsContext.h>
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+using namespace KorvanPHX2D;
+
+constexpr int kLevels = 60;
+constexpr int kContacts = 2700;
+
+// A resting contact: a normal row that only pushes and a friction row whose
+// bounds follow the normal row's force, written the way contacts write them.
+class BenchContact : public xConstraintSet {
+ public:
+  Vec2 leverSrc{0.0f, 0.0f};
+  Vec2 leverDst{0.0f, 0.0f};
+  float depth = 0.01f;
+  xEquationStream* lastStream = nullptr;
+
+  int formEquations(xEquationStream& eq, xBodyStream&, float h) override {
+    lastStream = &eq;
+    const int k = eq.rowCursor;
+    const Vec2 n(0.0f, 1.0f);  // from the upper (source) box down to its support
+    const float c = n.x * leverSrc.y - n.y * leverSrc.x;
+    kvnSetRowVec3(eq.jacobianSrc, k, 0, Vec3(-n.x, -n.y, c));
+    if (m_bodyDst != nullptr) kvnSetRowVec3(eq.jacobianDst, k, 0, Vec3(n.x, n.y, -c));
+    eq.lowerBound(k) = 0.0f;
+    eq.upperBound(k) = 1e38f;
+    eq.rhs(k) = kvnMin(kvnMax(depth - 0.025f, -0.025f) * (0.8f / h), 1.0f);
+    eq.relaxation(k) = 0.00001f;
+
+    const Vec2 t(1.0f, 0.0f);
+    kvnSetRowVec3(eq.jacobianSrc, k + 1, 0, Vec3(t.x, t.y, leverSrc.x * t.y - leverSrc.y * t.x));
+    if (m_bodyDst != nullptr) {
+      kvnSetRowVec3(eq.jacobianDst, k + 1, 0,
+                    Vec3(-t.x, -t.y, -(leverDst.x * t.y - leverDst.y * t.x)));
+    }
+    eq.lowerBound(k + 1) = -0.5f;
+    eq.upperBound(k + 1) = 0.5f;
+    eq.boundScaleRow[k + 1] = k;
+    eq.rhs(k + 1) = 0.0f;
+    eq.relaxation(k + 1) = 0.0001f;
+    return 2;
+  }
+  int getMaxDOF() override { return 2; }
+  int getNUE() override { return 0; }
+};
+
+// The pyramid-sized group: boxes of side 1, level 0 (60 boxes) on the ground.
+struct PyramidGroup {
+  std::vector<std::unique_ptr<xBody>> bodies;
+  std::vector<std::unique_ptr<BenchContact>> contacts;
+  xArray<xBody*> bodyArray;
+  xArray<xConstraintSet*> setArray;
+
+  PyramidGroup() {
+    std::vector<std::vector<xBody*>> levels(kLevels);
+    for (int level = 0; level < kLevels; ++level) {
+      for (int j = 0; j < kLevels - level; ++j) {
+        auto body = std::make_unique<xBody3DOF>();
+        body->ptrFirstJoint = nullptr;
+        body->setInertiaVec(1.0f / 6.0f);
+        body->setRelPlacement(Vec3(static_cast<float>(j) + 0.5f * static_cast<float>(level),
+                                   -static_cast<float>(level), 0.0f));
+        body->initialize();
+        levels[static_cast<std::size_t>(level)].push_back(body.get());
+        bodyArray.append(body.get());
+        bodies.push_back(std::move(body));
+      }
+    }
+    // Two ground contacts per bottom box, then the boxes above on their two
+    // supports, level by level, until the contact count is reached.
+    for (xBody* b : levels[0]) {
+      for (float side : {-0.5f, 0.5f}) add(b, nullptr, Vec2(side, 0.5f), Vec2(0.0f, 0.0f));
+    }
+    for (int level = 1; level < kLevels && contacts.size() < kContacts; ++level) {
+      const auto& row = levels[static_cast<std::size_t>(level)];
+      const auto& below = levels[static_cast<std::size_t>(level - 1)];
+      for (std::size_t j = 0; j < row.size() && contacts.size() < kContacts; ++j) {
+        add(row[j], below[j], Vec2(-0.25f, 0.5f), Vec2(0.25f, -0.5f));
+        if (contacts.size() < kContacts) {
+          add(row[j], below[j + 1], Vec2(0.25f, 0.5f), Vec2(-0.25f, -0.5f));
+        }
+      }
+    }
+  }
+
+  ~PyramidGroup() {
+    for (auto& c : contacts) c->release();
+    contacts.clear();
+    bodies.clear();
+  }
+
+  void add(xBody* src, xBody* dst, const Vec2& leverSrc, const Vec2& leverDst) {
+    auto c = std::make_unique<BenchContact>();
+    c->attach(src, dst);
+    c->leverSrc = leverSrc;
+    c->leverDst = leverDst;
+    setArray.append(c.get());
+    contacts.push_back(std::move(c));
+  }
+};
+
+void BM_SolvePyramidGroup(benchmark::State& state) {
+  kvnCreateKorvanSDK();
+  {
+    PyramidGroup group;
+    xSolverLCP* solver = g_ptrSDK->physicsContext()->getSolver();
+    xIntegrator* integrator = g_ptrSDK->physicsContext()->getIntegrator();
+    const float dt = 1.0f / 60.0f;
+    solver->solve(group.bodyArray, group.setArray, *integrator, dt);  // steady buffer sizes
+    for (auto _ : state) solver->solve(group.bodyArray, group.setArray, *integrator, dt);
+    state.counters["bodies"] = group.bodyArray.size();
+    state.counters["rows"] = group.contacts.front()->lastStream->rowCount;
+    state.counters["sweeps"] = xConfigurator::Instance()->cfg_maxIterations;
+  }
+  kvnDestroyKorvanSDK();
+}
+BENCHMARK(BM_SolvePyramidGroup)->Unit(benchmark::kMillisecond);
+
+// Change keys as the sweeps see them: those left by a solve of the group.
+const std::vector<float>& pyramidKeys() {
+  static const std::vector<float> keys = [] {
+    kvnCreateKorvanSDK();
+    std::vector<float> out;
+    {
+      PyramidGroup group;
+      g_ptrSDK->physicsContext()->getSolver()->solve(
+          group.bodyArray, group.setArray, *g_ptrSDK->physicsContext()->getIntegrator(),
+          1.0f / 60.0f);
+      const xEquationStream& eq = *group.contacts.front()->lastStream;
+      for (int k = 0; k < eq.rowCount; ++k) out.push_back(eq.change(k));
+    }
+    kvnDestroyKorvanSDK();
+    return out;
+  }();
+  return keys;
+}
+
+void BM_RowSortRadix(benchmark::State& state) {
+  const std::vector<float>& keys = pyramidKeys();
+  const int n = static_cast<int>(keys.size());
+  std::vector<int> order(keys.size());
+  detail::xRowSorter sorter;
+  for (auto _ : state) {
+    sorter.sortDescending(keys.data(), n, order.data());
+    benchmark::DoNotOptimize(order.data());
+  }
+  state.counters["rows"] = n;
+}
+BENCHMARK(BM_RowSortRadix)->Unit(benchmark::kMicrosecond);
+
+void BM_RowSortStdStableSort(benchmark::State& state) {
+  const std::vector<float>& keys = pyramidKeys();
+  std::vector<int> order(keys.size());
+  for (auto _ : state) {
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&](int a, int b) { return keys[a] > keys[b]; });
+    benchmark::DoNotOptimize(order.data());
+  }
+  state.counters["rows"] = static_cast<double>(keys.size());
+}
+BENCHMARK(BM_RowSortStdStableSort)->Unit(benchmark::kMicrosecond);
+
+const float* g_qsortKeys = nullptr;
+
+// The float difference of the keys read as a signed integer: larger first.
+int compareByChange(const void* a, const void* b) {
+  const float d = g_qsortKeys[*static_cast<const int*>(b)] - g_qsortKeys[*static_cast<const int*>(a)];
+  std::int32_t bits;
+  std::memcpy(&bits, &d, sizeof bits);
+  return bits;
+}
+
+void BM_RowSortQsort(benchmark::State& state) {
+  const std::vector<float>& keys = pyramidKeys();
+  std::vector<int> order(keys.size());
+  g_qsortKeys = keys.data();
+  for (auto _ : state) {
+    std::iota(order.begin(), order.end(), 0);
+    std::qsort(order.data(), order.size(), sizeof(int), compareByChange);
+    benchmark::DoNotOptimize(order.data());
+  }
+  state.counters["rows"] = static_cast<double>(keys.size());
+}
+BENCHMARK(BM_RowSortQsort)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
