@@ -1,0 +1,334 @@
+#include "PlayerPage.h"
+
+namespace KorvanDemo {
+
+const char* playerPageHead() {
+  return R"HTML(<!DOCTYPE html>
+<html lang="en">
+<head>
+<meta charset="utf-8">
+<meta name="viewport" content="width=device-width, initial-scale=1">
+)HTML";
+}
+
+const char* playerPageBody() {
+  return R"HTML(<style>
+body { margin: 0; background: #20232a; color: #e8e8e8; font: 14px/1.4 sans-serif; }
+header { padding: 10px 16px 4px; }
+h1 { font-size: 18px; margin: 0; font-weight: 600; }
+.desc { color: #aab2bf; }
+#stage { display: block; margin: 6px auto; background: #f6f4ee; border-radius: 4px; }
+.bar { display: flex; gap: 12px; align-items: center; padding: 4px 16px; flex-wrap: wrap; }
+#slider { flex: 1; min-width: 220px; }
+button { min-width: 72px; }
+#clock { font-variant-numeric: tabular-nums; min-width: 150px; }
+.swatch { display: inline-block; width: 12px; height: 12px; border-radius: 2px;
+          margin: 0 4px 0 10px; vertical-align: -1px; border: 1px solid #555; }
+#stats { color: #aab2bf; font-variant-numeric: tabular-nums; }
+</style>
+</head>
+<body>
+<header><h1 id="title">korvan-demo</h1><div class="desc" id="desc"></div></header>
+<canvas id="stage" width="960" height="540"></canvas>
+<div class="bar">
+  <button id="play" type="button">Pause</button>
+  <input id="slider" type="range" min="0" max="0" value="0" step="1" aria-label="time">
+  <span id="clock"></span>
+  <label>speed <select id="speed">
+    <option value="0.25">0.25x</option><option value="0.5">0.5x</option>
+    <option value="1" selected>1x</option><option value="2">2x</option>
+    <option value="4">4x</option></select></label>
+  <label><input type="checkbox" id="showContacts" checked> contacts</label>
+  <label><input type="checkbox" id="showJoints" checked> joints</label>
+</div>
+<div class="bar">
+  <span><span class="swatch" style="background:#f2a14a"></span>awake box</span>
+  <span><span class="swatch" style="background:#5aa5e6"></span>awake circle</span>
+  <span><span class="swatch" style="background:#a7acb4"></span>asleep</span>
+  <span><span class="swatch" style="background:#5b6472"></span>static</span>
+  <span><span class="swatch" style="background:rgba(80,200,120,0.35)"></span>notifier region</span>
+  <span><span class="swatch" style="background:#d9263b"></span>contact point</span>
+</div>
+<div class="bar" id="stats"></div>
+)HTML";
+}
+
+const char* playerPageScript() {
+  return R"HTML(<script>
+(function () {
+  'use strict';
+  var rec = JSON.parse(document.getElementById('recording').textContent);
+  var frames = rec.frames;
+  var canvas = document.getElementById('stage');
+  var ctx = canvas.getContext('2d');
+  var slider = document.getElementById('slider');
+  var playButton = document.getElementById('play');
+  var speedBox = document.getElementById('speed');
+  var clock = document.getElementById('clock');
+  var stats = document.getElementById('stats');
+  var showContacts = document.getElementById('showContacts');
+  var showJoints = document.getElementById('showJoints');
+
+  document.getElementById('title').textContent = 'korvan-demo: ' + rec.scene;
+  document.getElementById('desc').textContent = rec.description +
+      ' (' + rec.steps + ' steps of ' + rec.dt + ' s; ' + rec.settings + ')';
+  slider.max = String(Math.max(0, frames.length - 1));
+
+  var view = rec.view;
+  var index = 0;
+  var playing = frames.length > 1;
+  var simTime = frames.length ? frames[0].t : 0;
+  var lastTick = null;
+  var scale = 1, offX = 0, offY = 0, pixelRatio = 1;
+
+  function ok(v) { return typeof v === 'number' && isFinite(v); }
+
+  function layout() {
+    var w = Math.min(window.innerWidth - 24, 1400);
+    var vw = view[2] - view[0], vh = view[3] - view[1];
+    var h = w * vh / vw;
+    var maxH = Math.max(200, window.innerHeight - 170);
+    if (h > maxH) { h = maxH; w = h * vw / vh; }
+    pixelRatio = window.devicePixelRatio || 1;
+    canvas.style.width = Math.round(w) + 'px';
+    canvas.style.height = Math.round(h) + 'px';
+    canvas.width = Math.round(w * pixelRatio);
+    canvas.height = Math.round(h * pixelRatio);
+    scale = canvas.width / vw;
+    offX = -view[0] * scale;
+    offY = -view[1] * scale;
+  }
+
+  function toWorld() { ctx.setTransform(scale, 0, 0, scale, offX, offY); }
+
+  function drawGrid() {
+    var vw = view[2] - view[0];
+    var stepSize = vw > 80 ? 10 : (vw > 30 ? 5 : 1);
+    ctx.strokeStyle = 'rgba(0,0,0,0.06)';
+    ctx.lineWidth = 1 / scale;
+    ctx.beginPath();
+    for (var x = Math.ceil(view[0] / stepSize) * stepSize; x <= view[2]; x += stepSize) {
+      ctx.moveTo(x, view[1]); ctx.lineTo(x, view[3]);
+    }
+    for (var y = Math.ceil(view[1] / stepSize) * stepSize; y <= view[3]; y += stepSize) {
+      ctx.moveTo(view[0], y); ctx.lineTo(view[2], y);
+    }
+    ctx.stroke();
+  }
+
+  // Draws a shape at its placement; y grows downwards on the canvas as it does
+  // in the world (gravity is +y), so the engine's angles map directly.
+  function drawShape(shape, x, y, a, fill, stroke, radiusLine) {
+    if (!ok(x) || !ok(y) || !ok(a)) return;
+    ctx.save();
+    ctx.translate(x, y);
+    ctx.rotate(a);
+    ctx.lineWidth = 1.5 / scale;
+    ctx.fillStyle = fill;
+    ctx.strokeStyle = stroke;
+    if (shape.kind === 'circle') {
+      ctx.beginPath();
+      ctx.arc(0, 0, shape.r, 0, 2 * Math.PI);
+      ctx.fill();
+      ctx.stroke();
+      if (radiusLine) {
+        ctx.beginPath();
+        ctx.moveTo(0, 0);
+        ctx.lineTo(shape.r, 0);
+        ctx.stroke();
+      }
+    } else if (shape.kind === 'box') {
+      ctx.beginPath();
+      ctx.rect(-shape.w / 2, -shape.h / 2, shape.w, shape.h);
+      ctx.fill();
+      ctx.stroke();
+    } else if (shape.kind === 'segment') {
+      ctx.lineWidth = 4 / scale;
+      ctx.lineCap = 'round';
+      ctx.beginPath();
+      ctx.moveTo(shape.x0, shape.y0);
+      ctx.lineTo(shape.x1, shape.y1);
+      ctx.stroke();
+    }
+    ctx.restore();
+  }
+
+  function bodyColours(body, awake) {
+    if (body.style === 'ghost') return ['rgba(150,90,210,0.35)', '#7d4cb0'];
+    if (!awake) return ['#a7acb4', '#6c727b'];
+    if (body.shape.kind === 'circle') return ['#5aa5e6', '#24598a'];
+    return ['#f2a14a', '#8f5317'];
+  }
+
+  function drawJoint(kind, x0, y0, x1, y1) {
+    if (!ok(x0) || !ok(y0) || !ok(x1) || !ok(y1)) return;
+    ctx.lineWidth = 2 / scale;
+    if (kind === 1) {
+      // A spring as a zigzag between its anchors.
+      var dx = x1 - x0, dy = y1 - y0, len = Math.sqrt(dx * dx + dy * dy);
+      ctx.strokeStyle = '#2f8f5b';
+      ctx.beginPath();
+      ctx.moveTo(x0, y0);
+      if (len > 1e-6) {
+        var nx = -dy / len, ny = dx / len, turns = 12, amp = Math.min(0.25, len * 0.15);
+        for (var i = 1; i < turns; i++) {
+          var s = i / turns, side = (i % 2 ? 1 : -1) * amp;
+          ctx.lineTo(x0 + dx * s + nx * side, y0 + dy * s + ny * side);
+        }
+      }
+      ctx.lineTo(x1, y1);
+      ctx.stroke();
+    } else {
+      ctx.strokeStyle = kind === 2 ? '#b0307a' : '#3b3f46';
+      ctx.beginPath();
+      ctx.moveTo(x0, y0);
+      ctx.lineTo(x1, y1);
+      ctx.stroke();
+    }
+    ctx.fillStyle = kind === 2 ? '#b0307a' : '#3b3f46';
+    ctx.beginPath();
+    ctx.arc(x0, y0, 3 / scale, 0, 2 * Math.PI);
+    ctx.arc(x1, y1, 3 / scale, 0, 2 * Math.PI);
+    ctx.fill();
+  }
+
+  function draw() {
+    ctx.setTransform(1, 0, 0, 1, 0, 0);
+    ctx.fillStyle = '#f6f4ee';
+    ctx.fillRect(0, 0, canvas.width, canvas.height);
+    toWorld();
+    drawGrid();
+    var i, k;
+    for (i = 0; i < rec.statics.length; i++) {
+      var s = rec.statics[i];
+      if (s.style === 'notifier') {
+        drawShape(s, s.x, s.y, s.a, 'rgba(80,200,120,0.30)', '#2f8f5b', false);
+      } else {
+        drawShape(s, s.x, s.y, s.a, '#5b6472', '#3b4250', false);
+      }
+    }
+    var f = frames[index];
+    var awake = 0, asleep = 0;
+    if (f) {
+      var b = f.b;
+      for (k = 0; k + 4 < b.length; k += 5) {
+        var body = rec.bodies[b[k]];
+        if (!body) continue;
+        var isAwake = b[k + 4] === 1;
+        if (isAwake) awake++; else asleep++;
+        var colours = bodyColours(body, isAwake);
+        drawShape(body.shape, b[k + 1], b[k + 2], b[k + 3], colours[0], colours[1], true);
+      }
+      if (showJoints.checked) {
+        for (k = 0; k + 4 < f.j.length; k += 5) {
+          drawJoint(f.j[k], f.j[k + 1], f.j[k + 2], f.j[k + 3], f.j[k + 4]);
+        }
+      }
+      if (showContacts.checked) {
+        var c = f.c, dot = 3 / scale, arm = 14 / scale;
+        ctx.lineWidth = 1.5 / scale;
+        ctx.strokeStyle = '#d9263b';
+        ctx.fillStyle = '#d9263b';
+        for (k = 0; k + 3 < c.length; k += 4) {
+          if (!ok(c[k]) || !ok(c[k + 1])) continue;
+          ctx.beginPath();
+          ctx.arc(c[k], c[k + 1], dot, 0, 2 * Math.PI);
+          ctx.fill();
+          if (ok(c[k + 2]) && ok(c[k + 3])) {
+            ctx.beginPath();
+            ctx.moveTo(c[k], c[k + 1]);
+            ctx.lineTo(c[k] + c[k + 2] * arm, c[k + 1] + c[k + 3] * arm);
+            ctx.stroke();
+          }
+        }
+      }
+    }
+    ctx.setTransform(1, 0, 0, 1, 0, 0);
+    var t = f ? f.t : 0;
+    clock.textContent = 't = ' + t.toFixed(2) + ' s  (step ' + (f ? f.s : 0) + ' of ' + rec.steps + ')';
+    stats.textContent = (awake + asleep) + ' bodies: ' + awake + ' awake, ' + asleep +
+        ' asleep; ' + (f ? f.c.length / 4 : 0) + ' contacts in this frame';
+    slider.value = String(index);
+  }
+
+  // The last frame whose time is not after t.
+  function frameAt(t) {
+    var lo = 0, hi = frames.length - 1;
+    if (hi < 0) return 0;
+    if (t <= frames[0].t) return 0;
+    while (lo < hi) {
+      var mid = (lo + hi + 1) >> 1;
+      if (frames[mid].t <= t) lo = mid; else hi = mid - 1;
+    }
+    return lo;
+  }
+
+  function setPlaying(on) {
+    playing = on && frames.length > 1;
+    playButton.textContent = playing ? 'Pause' : (index >= frames.length - 1 ? 'Replay' : 'Play');
+    lastTick = null;
+  }
+
+  function tick(now) {
+    if (playing) {
+      if (lastTick !== null) {
+        simTime += (now - lastTick) / 1000 * parseFloat(speedBox.value);
+        var last = frames[frames.length - 1].t;
+        if (simTime >= last) { simTime = last; index = frames.length - 1; draw(); setPlaying(false); }
+        else { index = frameAt(simTime); draw(); }
+      }
+      lastTick = now;
+    }
+    window.requestAnimationFrame(tick);
+  }
+
+  // "#t=2.5" shows the frame at 2.5 s and pauses there.
+  function applyHash() {
+    var m = /(?:^#|&)t=([0-9.eE+-]+)/.exec(window.location.hash);
+    if (!m) return false;
+    var t = parseFloat(m[1]);
+    if (!isFinite(t)) return false;
+    index = frameAt(t);
+    simTime = frames.length ? frames[index].t : 0;
+    setPlaying(false);
+    draw();
+    return true;
+  }
+
+  playButton.addEventListener('click', function () {
+    if (!playing && index >= frames.length - 1) { index = 0; simTime = frames.length ? frames[0].t : 0; }
+    setPlaying(!playing);
+    draw();
+  });
+  slider.addEventListener('input', function () {
+    index = Math.min(frames.length - 1, Math.max(0, parseInt(slider.value, 10) || 0));
+    simTime = frames.length ? frames[index].t : 0;
+    setPlaying(false);
+    draw();
+  });
+  showContacts.addEventListener('change', draw);
+  showJoints.addEventListener('change', draw);
+  window.addEventListener('resize', function () { layout(); draw(); });
+  window.addEventListener('hashchange', applyHash);
+  document.addEventListener('keydown', function (e) {
+    if (e.target && e.target.tagName === 'SELECT') return;
+    if (e.key === ' ') { e.preventDefault(); playButton.click(); }
+    else if (e.key === 'ArrowRight' || e.key === 'ArrowLeft') {
+      index = Math.min(frames.length - 1, Math.max(0, index + (e.key === 'ArrowRight' ? 1 : -1)));
+      simTime = frames.length ? frames[index].t : 0;
+      setPlaying(false);
+      draw();
+    }
+  });
+
+  layout();
+  if (!applyHash()) { setPlaying(playing); draw(); }
+  window.requestAnimationFrame(tick);
+})();
+</script>
+</body>
+</html>
+)HTML";
+}
+
+}  // namespace KorvanDemo

@@ -1,0 +1,73 @@
+#include "SceneCatalogue.h"
+
+#include <cmath>
+
+namespace KorvanScenes {
+
+namespace {
+
+using Factory = std::unique_ptr<Scene> (*)(const SceneInfo&, const SceneOptions&);
+
+struct Entry {
+  SceneInfo info;
+  Factory factory;
+};
+
+const std::vector<Entry>& entries() {
+  static const std::vector<Entry> table = {
+      {{"showcase", "circles and boxes falling onto static segments and boxes, coming to rest",
+        1000, 0.01f, 900},
+       makeShowcaseScene},
+      {{"pyramid", "a pyramid of 36 boxes standing on the ground", 400, 0.01f, 300},
+       makePyramidScene},
+      {{"rain", "a rain of 60 circles into a container", 700, 0.01f, 450}, makeRainScene},
+      {{"chain", "a chain of 10 ball sockets hanging from the world", 500, 0.01f, 100},
+       makeChainScene},
+      {{"springs", "boxes hanging from the world on springs of different stiffness", 500, 0.01f,
+        400},
+       makeSpringsScene},
+      {{"motor", "a motor joint turning a bar pinned to the world, balls falling onto it", 400,
+        0.01f, 200},
+       makeMotorScene},
+      {{"sleeping", "bodies coming to rest and falling asleep (cfg_autoDeactivate on)", 300,
+        0.01f, 250},
+       makeSleepingScene},
+      {{"categories",
+        "a notifier region counting the bodies that pass through it; a ghost ignores everything",
+        400, 0.01f, 300},
+       makeCategoriesScene},
+  };
+  return table;
+}
+
+}  // namespace
+
+const std::vector<SceneInfo>& catalogueEntries() {
+  static const std::vector<SceneInfo> infos = [] {
+    std::vector<SceneInfo> list;
+    for (const Entry& e : entries()) list.push_back(e.info);
+    return list;
+  }();
+  return infos;
+}
+
+std::unique_ptr<Scene> makeScene(const std::string& name, const SceneOptions& options) {
+  for (const Entry& e : entries()) {
+    if (e.info.name == name) return e.factory(e.info, options);
+  }
+  return nullptr;
+}
+
+float largestSpeed(const std::vector<SceneBody>& bodies) {
+  float largest = 0.0f;
+  for (const SceneBody& b : bodies) {
+    if (b.style == "ghost") continue;
+    const KorvanPHX2D::Vec2 v = b.body->getVelocity();
+    const float speed = std::sqrt(v.x * v.x + v.y * v.y);
+    // A NaN speed must not pass as "at rest".
+    if (!(speed <= largest)) largest = speed;
+  }
+  return largest;
+}
+
+}  // namespace KorvanScenes
