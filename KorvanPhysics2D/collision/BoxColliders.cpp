@@ -1,3 +1,4 @@
+#include <KorvanPhysics2D/collision/ColliderSupport.h>
 #include <KorvanPhysics2D/collision/ColliderTable.h>
 #include <KorvanPhysics2D/collision/Colliders.h>
 #include <KorvanPhysics2D/collision/CollisionContext.h>
@@ -12,6 +13,10 @@
 
 namespace KorvanPHX2D {
 
+using detail::markBoth;
+using detail::primitiveShape;
+using detail::reportContact;
+
 namespace {
 
 // Process-wide clip buffers: two used alternately by the box-box clipping, one
@@ -22,23 +27,9 @@ Vec2 g_avBoxBoxClipA[kClipBufferSize];
 Vec2 g_avBoxBoxClipB[kClipBufferSize];
 Vec2 g_avBoxSegClip[kClipBufferSize];
 
-inline xPrimitiveShape* primitiveShape(xShape* s) { return static_cast<xPrimitiveShape*>(s); }
-
 inline Vec2 boxHalfSize(xShape* s) {
   const xPrimitiveBox* box = static_cast<const xPrimitiveBox*>(primitiveShape(s)->ptrEnvelope);
   return Vec2(0.5f * box->fWidth, 0.5f * box->fHeight);
-}
-
-inline void reportContact(xShape* first, xShape* second, const Vec2& point, float depth,
-                          const Vec2& normal) {
-  g_ptrSDK->collisionContext()->createTempContact(first, second, primitiveShape(first)->ptrMaterial,
-                                                  primitiveShape(second)->ptrMaterial, point, depth,
-                                                  normal);
-}
-
-inline void markBoth(xShape* first, xShape* second) {
-  first->setTested();
-  second->setTested();
 }
 
 }  // namespace
@@ -85,7 +76,7 @@ void kvnCollideBoxLineSeg(xShape* first, xShape* second) {
   }
 }
 
-void kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA, const Vec2* uA,
+void detail::kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA, const Vec2* uA,
                            const Vec2& hA, const Vec2& cB, const Vec2* uB, const Vec2& hB) {
   const int bestAxis = kvnSATGetBestAxis();
   const Vec2 s = kvnSATGetSeparatingAxisVec();
@@ -206,7 +197,7 @@ void kvnCollideBoxBox(xShape* first, xShape* second) {
     return;
   }
 
-  kvnBoxBoxClipContacts(first, second, cA, uA, hA, cB, uB, hB);
+  detail::kvnBoxBoxClipContacts(first, second, cA, uA, hA, cB, uB, hB);
 }
 
 }  // namespace KorvanPHX2D

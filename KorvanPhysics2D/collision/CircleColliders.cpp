@@ -1,3 +1,4 @@
+#include <KorvanPhysics2D/collision/ColliderSupport.h>
 #include <KorvanPhysics2D/collision/ColliderTable.h>
 #include <KorvanPhysics2D/collision/Colliders.h>
 #include <KorvanPhysics2D/collision/CollisionContext.h>
@@ -10,24 +11,14 @@
 
 namespace KorvanPHX2D {
 
-namespace {
+using detail::markBoth;
+using detail::primitiveShape;
+using detail::reportContact;
 
-inline xPrimitiveShape* primitiveShape(xShape* s) { return static_cast<xPrimitiveShape*>(s); }
+namespace {
 
 inline float circleRadius(xShape* s) {
   return static_cast<xPrimitiveCircle*>(primitiveShape(s)->ptrEnvelope)->fRadius;
-}
-
-inline void reportContact(xShape* first, xShape* second, const Vec2& point, float depth,
-                          const Vec2& normal) {
-  g_ptrSDK->collisionContext()->createTempContact(first, second, primitiveShape(first)->ptrMaterial,
-                                                  primitiveShape(second)->ptrMaterial, point, depth,
-                                                  normal);
-}
-
-inline void markBoth(xShape* first, xShape* second) {
-  first->setTested();
-  second->setTested();
 }
 
 }  // namespace

@@ -41,11 +41,4 @@ KVN_API void kvnCollideBoxLineSeg(xShape* first, xShape* second);
 /// Two line segments never collide: does nothing.
 KVN_API void kvnCollideLineSegLineSeg(xShape* first, xShape* second);
 
-/// Clipping stage of kvnCollideBoxBox, run after the separating-axis tests have
-/// found an overlap (reads the best axis, depth and separating axis from the
-/// record and stores the reference normal there). c, u and h are each box's
-/// centre, world axes (two) and half sizes. Internal.
-void kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA, const Vec2* uA,
-                           const Vec2& hA, const Vec2& cB, const Vec2* uB, const Vec2& hB);
-
 }  // namespace KorvanPHX2D
