@@ -12,8 +12,7 @@ namespace {
 
 // `stepScale` stretches the scene's time step (with sub-stepping on, a step of
 // twice cfg_maxSubstep is solved in two sub-steps).
-void sceneSteps(benchmark::State& state, const std::string& name, bool substeps,
-                float stepScale) {
+void sceneSteps(benchmark::State& state, const std::string& name, bool substeps, float stepScale) {
   KorvanScenes::EngineSession session;
   KorvanScenes::SceneOptions options;
   options.substeps = substeps;

@@ -34,14 +34,30 @@ void appendString(std::string& out, const std::string& text) {
   for (const char c : text) {
     const unsigned char u = static_cast<unsigned char>(c);
     switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      case '<': out += "\\u003c"; break;
-      case '>': out += "\\u003e"; break;
-      case '&': out += "\\u0026"; break;
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case '<':
+        out += "\\u003c";
+        break;
+      case '>':
+        out += "\\u003e";
+        break;
+      case '&':
+        out += "\\u0026";
+        break;
       default:
         if (u < 0x20) {
           char buffer[8];
@@ -57,9 +73,12 @@ void appendString(std::string& out, const std::string& text) {
 
 const char* kindName(DrawKind kind) {
   switch (kind) {
-    case DrawKind::Circle: return "circle";
-    case DrawKind::Box: return "box";
-    case DrawKind::Segment: return "segment";
+    case DrawKind::Circle:
+      return "circle";
+    case DrawKind::Box:
+      return "box";
+    case DrawKind::Segment:
+      return "segment";
   }
   return "circle";
 }
@@ -101,11 +120,20 @@ std::string escapeHtml(const std::string& text) {
   std::string out;
   for (const char c : text) {
     switch (c) {
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '&': out += "&amp;"; break;
-      case '"': out += "&quot;"; break;
-      default: out += c;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '&':
+        out += "&amp;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;

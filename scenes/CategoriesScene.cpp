@@ -50,8 +50,8 @@ class CategoriesScene : public Scene {
                 random.uniform(0.25f, 0.45f), "plastic", "circle " + std::to_string(i));
     }
     for (int i = 1; i <= 4; ++i) {
-      addBox(-3.5f + 2.2f * static_cast<float>(i - 1), random.uniform(-12.0f, -9.0f), 0.8f,
-             0.6f, random.uniform(-0.5f, 0.5f), "wood_hard", "box " + std::to_string(i));
+      addBox(-3.5f + 2.2f * static_cast<float>(i - 1), random.uniform(-12.0f, -9.0f), 0.8f, 0.6f,
+             random.uniform(-0.5f, 0.5f), "wood_hard", "box " + std::to_string(i));
     }
     ghost_ = addCircle(6.0f, -10.0f, 0.45f, "default_Material", "ghost", "ignoreall");
   }

@@ -63,8 +63,8 @@ class MotorScene : public Scene {
     const float turned = angles_[n - 1] - angles_[from];
     const float speed = turned / (times_[n - 1] - times_[from]);
     if (std::fabs(speed - kSpeed) < 0.15f * kSpeed) {
-      std::snprintf(text, sizeof text, "the motor turns the bar at %.3f rad/s (target %.3f)",
-                    speed, kSpeed);
+      std::snprintf(text, sizeof text, "the motor turns the bar at %.3f rad/s (target %.3f)", speed,
+                    kSpeed);
       result.passed.push_back(text);
     } else {
       std::snprintf(text, sizeof text, "the bar turns at %.3f rad/s instead of %.3f", speed,

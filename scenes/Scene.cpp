@@ -81,9 +81,7 @@ void Scene::beforeStep(int) {}
 
 void Scene::afterStep() {}
 
-int Scene::lastStepContacts() const {
-  return g_ptrSDK->physicsContext()->aTempContacts.size();
-}
+int Scene::lastStepContacts() const { return g_ptrSDK->physicsContext()->aTempContacts.size(); }
 
 CheckResult Scene::check() const {
   CheckResult result;

@@ -147,8 +147,7 @@ class Scene {
                              const std::string& material, const std::string& label,
                              const std::string& category = "default");
   KorvanPHX2D::xBody* addCircle(float x, float y, float radius, const std::string& material,
-                                const std::string& label,
-                                const std::string& category = "default");
+                                const std::string& label, const std::string& category = "default");
   // Body-less shapes.
   KorvanPHX2D::xPrimitiveShape* addStaticSegment(float x0, float y0, float x1, float y1);
   KorvanPHX2D::xPrimitiveShape* addStaticBox(float x, float y, float width, float height,
@@ -159,9 +158,8 @@ class Scene {
   // Joints; a null destination joins the source body to the world.
   KorvanPHX2D::xConstraintSet* addBallSocket(KorvanPHX2D::xBody* src, KorvanPHX2D::xBody* dst,
                                              float x, float y);
-  KorvanPHX2D::xConstraintSet* addSpring(KorvanPHX2D::xBody* src, KorvanPHX2D::xBody* dst,
-                                         float x, float y, float stiffness, float damping,
-                                         float restLength);
+  KorvanPHX2D::xConstraintSet* addSpring(KorvanPHX2D::xBody* src, KorvanPHX2D::xBody* dst, float x,
+                                         float y, float stiffness, float damping, float restLength);
   KorvanPHX2D::xConstraintSet* addMotor(KorvanPHX2D::xBody* src, KorvanPHX2D::xBody* dst,
                                         float torque, float velocity);
   // Creates an entity of the host class T through the engine; the scene

@@ -34,6 +34,7 @@ class ShowcaseScene : public Scene {
                               {0.0f, -10.0f, 1.0f, 1.0f, 0.6f},  {2.5f, -11.5f, 0.8f, 0.8f, 0.0f},
                               {5.5f, -11.0f, 1.2f, 0.6f, 0.4f},  {8.0f, -7.0f, 1.0f, 1.0f, 0.1f},
                               {1.5f, -5.5f, 1.6f, 0.5f, 0.0f},   {-1.5f, -12.5f, 0.7f, 1.2f, 0.8f}};
+    // The boxes do not bounce, so that the piles they form settle.
     n = 0;
     for (const auto& b : boxes) {
       addBox(b[0], b[1], b[2], b[3], b[4], "stiropor", "box " + std::to_string(++n));

@@ -1,6 +1,7 @@
 #pragma once
 
 // Runs the built korvan-demo and captures what it prints.
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -22,8 +22,9 @@ bool screenshot(const std::string& url, const std::string& png, const std::strin
       std::string("timeout 120 ") + kChromium +
       " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
       " --disable-background-networking --disable-component-update --disable-sync"
-      " --user-data-dir='" + profile + "' --window-size=1000,750 " + extra +
-      " --screenshot='" + png + "' '" + url + "' >'" + workDir + "/chromium.log' 2>&1";
+      " --user-data-dir='" +
+      profile + "' --window-size=1000,750 " + extra + " --screenshot='" + png + "' '" + url +
+      "' >'" + workDir + "/chromium.log' 2>&1";
   const int status = std::system(command.c_str());
   std::filesystem::remove_all(profile);
   return status == 0 && std::filesystem::exists(png);
@@ -86,8 +87,7 @@ class ReplayInBrowser : public ::testing::Test {
                 const std::string& extra = "") {
     PngImage image;
     const std::string png = dir_ + "/" + name + ".png";
-    EXPECT_TRUE(screenshot(page_ + fragment, png, dir_, extra))
-        << readFile(dir_ + "/chromium.log");
+    EXPECT_TRUE(screenshot(page_ + fragment, png, dir_, extra)) << readFile(dir_ + "/chromium.log");
     EXPECT_TRUE(image.load(png)) << png;
     return image;
   }

@@ -23,8 +23,8 @@ Parsed parse(std::vector<std::string> args) {
   std::vector<const char*> argv;
   for (const std::string& a : args) argv.push_back(a.c_str());
   Parsed p;
-  p.ok = KorvanDemo::parseArguments(static_cast<int>(argv.size()), argv.data(), kScenes,
-                                    p.options, p.error);
+  p.ok = KorvanDemo::parseArguments(static_cast<int>(argv.size()), argv.data(), kScenes, p.options,
+                                    p.error);
   return p;
 }
 
@@ -41,8 +41,8 @@ TEST(DemoOptions, NoArgumentsRunTheShowcaseWithTheScenesOwnDefaults) {
 }
 
 TEST(DemoOptions, ReadsEveryOptionInBothSpellingsAndInAnyOrder) {
-  Parsed p = parse({"--steps", "250", "chain", "--dt", "0.005", "--substeps", "--sleep", "--out",
-                    "/tmp/x y"});
+  Parsed p = parse(
+      {"--steps", "250", "chain", "--dt", "0.005", "--substeps", "--sleep", "--out", "/tmp/x y"});
   ASSERT_TRUE(p.ok) << p.error;
   EXPECT_EQ(p.options.scene, "chain");
   EXPECT_EQ(p.options.steps, 250);

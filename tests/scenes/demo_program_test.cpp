@@ -51,9 +51,9 @@ TEST(DemoProgram, RunWritesAParsableTrajectoryAReplayPageAndASummary) {
   ASSERT_EQ(p.status, 0) << p.err;
   // stderr is not a terminal here, so no progress bar.
   EXPECT_TRUE(p.err.empty()) << p.err;
-  for (const char* field : {"korvan-demo: chain", "bodies      10", "steps       120 x 0.01 s",
-                            "contacts", "ms per step", "results/chain.html",
-                            "results/chain_trajectory.csv (1210 rows)"}) {
+  for (const char* field :
+       {"korvan-demo: chain", "bodies      10", "steps       120 x 0.01 s", "contacts",
+        "ms per step", "results/chain.html", "results/chain_trajectory.csv (1210 rows)"}) {
     EXPECT_NE(p.out.find(field), std::string::npos) << field << "\n" << p.out;
   }
 
@@ -109,7 +109,8 @@ TEST(DemoProgram, NoArgumentsRunTheShowcaseIntoTheCurrentFolder) {
 }
 
 TEST(DemoProgram, SwitchesAreReportedInTheSummary) {
-  const DemoProcess p = runDemo("springs --steps 2 --substeps --sleep --dt 0.02", freshFolder("sw"));
+  const DemoProcess p =
+      runDemo("springs --steps 2 --substeps --sleep --dt 0.02", freshFolder("sw"));
   ASSERT_EQ(p.status, 0) << p.err;
   EXPECT_NE(p.out.find("2 x 0.02 s"), std::string::npos) << p.out;
   EXPECT_NE(p.out.find("substeps on, sleeping on"), std::string::npos) << p.out;
