@@ -4,8 +4,10 @@
 // interface; header-only so that the tests and the benchmark can check it
 // against a plain stable sort.
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace KorvanPHX2D {
@@ -24,80 +26,178 @@ inline std::uint32_t rowOrderKey(float change) {
   return 0x7FFFFFFFu - (bits & 0x7FFFFFFFu);
 }
 
-// Stable LSD radix sort of row numbers by descending change: three passes of
-// 11, 11 and 9 bits over the 31-bit key, skipping passes in which every key has
-// the same digit (in the first sweep of a sub-step all keys are 0 and nothing
-// moves). Buffers are kept between calls and only grow.
+// Stable LSD radix sort of row numbers by descending change, shaped by the
+// solver's keys: many changes are exactly zero (those rows go last, in row
+// order, without being sorted), and the others crowd into a few exponents.
+// Entries are (key, row) pairs in one 64-bit word. Three passes of 11, 10 and
+// 10 bits; the last, over the exponent, walks four chunks of the input side by
+// side with their own bucket offsets, so that long runs of one digit do not
+// serialise on one counter. Passes in which every key has the same digit are
+// skipped. Buffers are kept between calls and only grow.
 class xRowSorter {
  public:
   // Writes into order[0..n) the rows 0..n-1 sorted by descending keys[row],
   // rows with equal keys in ascending row order.
   void sortDescending(const float* keys, int n, int* order) {
     if (n <= 0) return;
+    if (n <= kSmallRows) {
+      sortSmall(keys, n, order);
+      return;
+    }
     grow(n);
-    std::uint32_t* keyA = keyA_.data();
-    std::uint32_t* keyB = keyB_.data();
-    int* idxA = idxA_.data();
-    int* idxB = idxB_.data();
+    std::uint64_t* a = bufA_.data();
+    std::uint64_t* b = bufB_.data();
+    int* zeros = zeros_.data();
 
-    std::memset(hist_, 0, sizeof hist_);
+    // Split off the zero changes without branches (the split is
+    // unpredictable); in the first sweep of a sub-step every key is zero and
+    // the order is the row order.
+    int m = 0;
+    int z = 0;
     for (int i = 0; i < n; ++i) {
       const std::uint32_t k = rowOrderKey(keys[i]);
-      keyA[i] = k;
-      idxA[i] = i;
-      ++hist_[0][k & kMask];
-      ++hist_[1][(k >> kBits) & kMask];
-      ++hist_[2][k >> (2 * kBits)];
+      a[m] = (static_cast<std::uint64_t>(k) << 32) | static_cast<std::uint32_t>(i);
+      zeros[z] = i;
+      const int isZero = k == kZeroKey ? 1 : 0;
+      m += 1 - isZero;
+      z += isZero;
+    }
+    // Digit counts of the two low passes.
+    std::memset(low0_, 0, sizeof low0_);
+    std::memset(low1_, 0, sizeof low1_);
+    for (int i = 0; i < m; ++i) {
+      const std::uint32_t k = static_cast<std::uint32_t>(a[i] >> 32);
+      ++low0_[k & kMask0];
+      ++low1_[(k >> kShift1) & kMask1];
     }
 
-    const std::uint32_t first = keyA[0];
-    for (int pass = 0; pass < kPasses; ++pass) {
-      const int shift = pass * kBits;
-      std::uint32_t* h = hist_[pass];
-      // Every key shares this digit: the pass would not move anything.
-      if (h[(first >> shift) & kMask] == static_cast<std::uint32_t>(n)) continue;
-      std::uint32_t sum = 0;
-      for (int b = 0; b < kBuckets; ++b) {
-        const std::uint32_t c = h[b];
-        h[b] = sum;
-        sum += c;
+    if (m > 0) {
+      const std::uint32_t first = static_cast<std::uint32_t>(a[0] >> 32);
+      if (prefix(low0_, kBuckets0, low0_[first & kMask0], m)) {
+        scatterLow(a, b, m, 32, kMask0, low0_);
+        std::swap(a, b);
       }
-      for (int i = 0; i < n; ++i) {
-        const std::uint32_t k = keyA[i];
-        const std::uint32_t pos = h[(k >> shift) & kMask]++;
-        keyB[pos] = k;
-        idxB[pos] = idxA[i];
+      if (prefix(low1_, kBuckets1, low1_[(first >> kShift1) & kMask1], m)) {
+        scatterLow(a, b, m, 32 + kShift1, kMask1, low1_);
+        std::swap(a, b);
       }
-      std::uint32_t* tk = keyA;
-      keyA = keyB;
-      keyB = tk;
-      int* ti = idxA;
-      idxA = idxB;
-      idxB = ti;
+      if (sortTop(a, b, m)) std::swap(a, b);
+      for (int i = 0; i < m; ++i) order[i] = static_cast<int>(static_cast<std::uint32_t>(a[i]));
     }
-    std::memcpy(order, idxA, sizeof(int) * static_cast<std::size_t>(n));
+    std::memcpy(order + m, zeros, sizeof(int) * static_cast<std::size_t>(z));
   }
 
  private:
-  static constexpr int kBits = 11;
-  static constexpr int kBuckets = 1 << kBits;
-  static constexpr std::uint32_t kMask = kBuckets - 1;
-  static constexpr int kPasses = 3;
+  // Small groups (a body on the ground, a short chain) sort by insertion: the
+  // radix passes cost tens of kilobytes of counter clearing per sweep
+  // whatever the row count.
+  static constexpr int kSmallRows = 64;
+  static constexpr std::uint32_t kZeroKey = 0x7FFFFFFFu;
+
+  // Stable insertion sort on the same keys: only strictly larger keys move
+  // past a row, so equal keys keep their row order.
+  static void sortSmall(const float* keys, int n, int* order) {
+    std::uint32_t sorted[kSmallRows];
+    for (int i = 0; i < n; ++i) {
+      const std::uint32_t k = rowOrderKey(keys[i]);
+      int j = i;
+      for (; j > 0 && sorted[j - 1] > k; --j) {
+        sorted[j] = sorted[j - 1];
+        order[j] = order[j - 1];
+      }
+      sorted[j] = k;
+      order[j] = i;
+    }
+  }
+
+  static constexpr int kBits0 = 11;
+  static constexpr int kBuckets0 = 1 << kBits0;
+  static constexpr std::uint32_t kMask0 = kBuckets0 - 1;
+  static constexpr int kShift1 = kBits0;
+  static constexpr int kBits1 = 10;
+  static constexpr int kBuckets1 = 1 << kBits1;
+  static constexpr std::uint32_t kMask1 = kBuckets1 - 1;
+  static constexpr int kShift2 = kBits0 + kBits1;  // the top 10 bits of the 31-bit key
+  static constexpr int kBuckets2 = 1 << 10;
+  static constexpr int kChunks = 4;
+
+  // Counts to first positions; false when all m keys share one digit.
+  static bool prefix(std::uint32_t* count, int buckets, std::uint32_t firstCount, int m) {
+    if (firstCount == static_cast<std::uint32_t>(m)) return false;
+    std::uint32_t sum = 0;
+    for (int i = 0; i < buckets; ++i) {
+      const std::uint32_t c = count[i];
+      count[i] = sum;
+      sum += c;
+    }
+    return true;
+  }
+
+  // One stable pass on a digit of spread-out values.
+  static void scatterLow(const std::uint64_t* in, std::uint64_t* out, int m, int shift,
+                         std::uint32_t mask, std::uint32_t* pos) {
+    for (int i = 0; i < m; ++i) {
+      const std::uint64_t e = in[i];
+      out[pos[(e >> shift) & mask]++] = e;
+    }
+  }
+
+  // The stable pass on the top digit, four chunks side by side.
+  bool sortTop(const std::uint64_t* in, std::uint64_t* out, int m) {
+    int begin[kChunks + 1];
+    for (int c = 0; c <= kChunks; ++c) {
+      begin[c] = static_cast<int>(static_cast<std::int64_t>(m) * c / kChunks);
+    }
+    std::memset(top_, 0, sizeof top_);
+    const int shortest = m / kChunks;  // every chunk holds at least this many
+    const int shift = 32 + kShift2;
+    for (int j = 0; j < shortest; ++j) {
+      for (int c = 0; c < kChunks; ++c) ++top_[c][in[begin[c] + j] >> shift];
+    }
+    for (int c = 0; c < kChunks; ++c) {
+      for (int i = begin[c] + shortest; i < begin[c + 1]; ++i) ++top_[c][in[i] >> shift];
+    }
+    const std::uint64_t d = in[0] >> shift;
+    if (top_[0][d] + top_[1][d] + top_[2][d] + top_[3][d] == static_cast<std::uint32_t>(m)) {
+      return false;
+    }
+    std::uint32_t sum = 0;
+    for (int bucket = 0; bucket < kBuckets2; ++bucket) {
+      for (int c = 0; c < kChunks; ++c) {
+        const std::uint32_t n = top_[c][bucket];
+        top_[c][bucket] = sum;
+        sum += n;
+      }
+    }
+    for (int j = 0; j < shortest; ++j) {
+      for (int c = 0; c < kChunks; ++c) {
+        const std::uint64_t e = in[begin[c] + j];
+        out[top_[c][e >> shift]++] = e;
+      }
+    }
+    for (int c = 0; c < kChunks; ++c) {
+      for (int i = begin[c] + shortest; i < begin[c + 1]; ++i) {
+        const std::uint64_t e = in[i];
+        out[top_[c][e >> shift]++] = e;
+      }
+    }
+    return true;
+  }
 
   void grow(int n) {
     const std::size_t size = static_cast<std::size_t>(n);
-    if (keyA_.size() >= size) return;
-    keyA_.resize(size);
-    keyB_.resize(size);
-    idxA_.resize(size);
-    idxB_.resize(size);
+    if (bufA_.size() >= size) return;
+    bufA_.resize(size);
+    bufB_.resize(size);
+    zeros_.resize(size);
   }
 
-  std::vector<std::uint32_t> keyA_;
-  std::vector<std::uint32_t> keyB_;
-  std::vector<int> idxA_;
-  std::vector<int> idxB_;
-  std::uint32_t hist_[kPasses][kBuckets];
+  std::vector<std::uint64_t> bufA_;
+  std::vector<std::uint64_t> bufB_;
+  std::vector<int> zeros_;
+  std::uint32_t low0_[kBuckets0];
+  std::uint32_t low1_[kBuckets1];
+  std::uint32_t top_[kChunks][kBuckets2];
 };
 
 }  // namespace detail

@@ -32,7 +32,7 @@ TEST(RowSort, MatchesAStableSortOnRandomKeysWithTiesZerosAndInfinity) {
   std::mt19937 rng(1234);
   xRowSorter sorter;  // reused: buffers must not leak state between calls
   const float inf = std::numeric_limits<float>::infinity();
-  for (int n : {0, 1, 2, 3, 17, 100, 2048, 5400, 9001}) {
+  for (int n : {0, 1, 2, 3, 17, 64, 65, 100, 2048, 5400, 9001}) {
     for (int variant = 0; variant < 4; ++variant) {
       std::vector<float> keys(static_cast<std::size_t>(n));
       std::uniform_real_distribution<float> wide(-30.0f, 30.0f);
@@ -47,27 +47,38 @@ TEST(RowSort, MatchesAStableSortOnRandomKeysWithTiesZerosAndInfinity) {
             k = pool[pick(rng) % 4];
             break;
           case 2:  // mostly zero, some tiny and huge, denormals too
-            k = pick(rng) < 6 ? 0.0f
-                              : (pick(rng) < 5 ? std::numeric_limits<float>::denorm_min() * pick(rng)
-                                               : 1e38f * (pick(rng) + 1));
+            k = pick(rng) < 6
+                    ? 0.0f
+                    : (pick(rng) < 5 ? std::numeric_limits<float>::denorm_min() * pick(rng)
+                                     : 1e38f * (pick(rng) + 1));
             break;
           default:  // keys that differ only in their low bits
             k = std::nextafter(1.0f, 2.0f) + static_cast<float>(pick(rng)) * 1.1920929e-7f;
             break;
         }
       }
-      EXPECT_EQ(radixOrder(sorter, keys), referenceOrder(keys)) << "n=" << n << " variant " << variant;
+      EXPECT_EQ(radixOrder(sorter, keys), referenceOrder(keys))
+          << "n=" << n << " variant " << variant;
     }
   }
 }
 
-TEST(RowSort, AllZeroKeysKeepRowOrderAndNegativeZeroCountsAsZero) {
+TEST(RowSort, EqualKeysKeepRowOrderAndNegativeZeroCountsAsZero) {
   xRowSorter sorter;
-  std::vector<float> keys(50, 0.0f);
-  keys[10] = -0.0f;
   std::vector<int> identity(50);
   std::iota(identity.begin(), identity.end(), 0);
+  std::vector<float> keys(50, 0.0f);
+  keys[10] = -0.0f;
   EXPECT_EQ(radixOrder(sorter, keys), identity);
+  std::fill(keys.begin(), keys.end(), 3.5f);
+  EXPECT_EQ(radixOrder(sorter, keys), identity);
+  keys[49] = 0.0f;  // the one zero goes last, the rest keep their order
+  EXPECT_EQ(radixOrder(sorter, keys), identity);
+  keys[0] = 0.0f;
+  std::vector<int> zeroFirstRowLast(identity.begin() + 1, identity.end() - 1);
+  zeroFirstRowLast.push_back(0);
+  zeroFirstRowLast.push_back(49);
+  EXPECT_EQ(radixOrder(sorter, keys), zeroFirstRowLast);
 }
 
 TEST(RowSort, NotANumberCountsAsTheLargestChange) {
