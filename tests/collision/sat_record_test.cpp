@@ -2,18 +2,13 @@
 #include <KorvanPhysics2D/collision/SeparatingAxis.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
-#include "colliders_test_support.h"
-
-using namespace KorvanPHX2D;
+#include "collision_test_support.h"
 
 namespace {
 
-// Read during static initialisation, before any test can have run a box-box
-// collision: these are the values the record has when the library is loaded.
-struct LoadTimeRecord {
+struct Record {
   int axis = kvnSATGetBestAxis();
   float depth = kvnSATGetBestDepth();
   float radiusA = kvnSATGetBestRadiusA();
@@ -23,117 +18,64 @@ struct LoadTimeRecord {
   Vec2 bestPoint = kvnSATGetBestPoint();
   bool success = kvnSATIsSuccess();
 };
-const LoadTimeRecord g_loadTime;
+// Read during static initialisation, before any box-box collision has run.
+const Record g_loadTime;
 
-// The reset is internal; every box-box collision starts with it. Two boxes far
-// apart on both axes separate on all four axes, which leaves the record exactly
-// as the reset wrote it.
-class SATRecord : public kvn_test::ColliderTest {
+void expectRecord(const Record& r, int axis, float big) {
+  EXPECT_EQ(r.axis, axis);
+  EXPECT_EQ(r.depth, big);
+  EXPECT_EQ(r.radiusA, big);
+  EXPECT_EQ(r.radiusB, big);
+  EXPECT_EQ(r.separatingAxis, Vec2(0.0f, 0.0f));
+  EXPECT_EQ(r.normal, Vec2(0.0f, 0.0f));
+  EXPECT_EQ(r.bestPoint, Vec2(0.0f, 0.0f));
+  EXPECT_FALSE(r.success);
+}
+
+class SATRecord : public EngineTest {
  protected:
-  void resetThroughBoxBox() {
-    xShape* a = box(1.0f, 1.0f, Vec3(0.0f, 0.0f, 0.0f), false);
-    xShape* b = box(1.0f, 1.0f, Vec3(50.0f, 50.0f, 0.0f), false);
-    kvnCollideBoxBox(a, b);
+  // Every box-box collision starts with the (internal) reset; boxes separated
+  // on all four axes leave the record exactly as the reset wrote it.
+  void reset() {
+    kvnCollideBoxBox(shape(new xPrimitiveBox(1.0f, 1.0f), {0.0f, 0.0f, 0.0f}),
+                     shape(new xPrimitiveBox(1.0f, 1.0f), {50.0f, 50.0f, 0.0f}));
   }
+  const Vec2 x{1.0f, 0.0f}, y{0.0f, 1.0f};
 };
-
-const Vec2 kAxisX(1.0f, 0.0f);
-const Vec2 kAxisY(0.0f, 1.0f);
 
 }  // namespace
 
-TEST(SATRecordAtLoad, DepthAndRadiiStartBelowTheResetValues) {
-  EXPECT_EQ(g_loadTime.axis, -1);
-  EXPECT_EQ(g_loadTime.depth, -1.0e38f);
-  EXPECT_EQ(g_loadTime.radiusA, -1.0e38f);
-  EXPECT_EQ(g_loadTime.radiusB, -1.0e38f);
-  EXPECT_EQ(g_loadTime.separatingAxis, Vec2(0.0f, 0.0f));
-  EXPECT_EQ(g_loadTime.normal, Vec2(0.0f, 0.0f));
-  EXPECT_EQ(g_loadTime.bestPoint, Vec2(0.0f, 0.0f));
-  EXPECT_FALSE(g_loadTime.success);
+TEST_F(SATRecord, DepthAndRadiiStartBelowTheResetValuesAndEveryBoxBoxCollisionResets) {
+  expectRecord(g_loadTime, -1, -1.0e38f);
+  kvnCollideBoxBox(shape(new xPrimitiveBox(1.0f, 1.0f), {0.0f, 0.0f, 0.0f}),
+                   shape(new xPrimitiveBox(1.0f, 1.0f), {0.75f, 0.0f, 0.0f}));
+  ASSERT_EQ(kvnSATGetNormal2(), x);  // something left behind
+  reset();
+  expectRecord(Record(), -1, 1.0e38f);
 }
 
-TEST_F(SATRecord, ABoxBoxCollisionStartsFromTheResetValues) {
-  // Leave something behind first, normal included.
-  xShape* a = box(1.0f, 1.0f, Vec3(0.0f, 0.0f, 0.0f), false);
-  xShape* b = box(1.0f, 1.0f, Vec3(0.75f, 0.0f, 0.0f), false);
-  kvnCollideBoxBox(a, b);
-  ASSERT_EQ(kvnSATGetNormal2(), kAxisX);
-
-  resetThroughBoxBox();
-  EXPECT_EQ(kvnSATGetBestAxis(), -1);
-  EXPECT_EQ(kvnSATGetBestDepth(), 1.0e38f);
-  EXPECT_EQ(kvnSATGetBestRadiusA(), 1.0e38f);
-  EXPECT_EQ(kvnSATGetBestRadiusB(), 1.0e38f);
-  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), Vec2(0.0f, 0.0f));
-  EXPECT_EQ(kvnSATGetNormal2(), Vec2(0.0f, 0.0f));
-  EXPECT_EQ(kvnSATGetBestPoint(), Vec2(0.0f, 0.0f));
-  EXPECT_FALSE(kvnSATIsSuccess());
-}
-
-TEST_F(SATRecord, TouchingDoesNotSeparateAndRecordsZeroDepth) {
-  resetThroughBoxBox();
-  EXPECT_FALSE(kvnSAT_TestBoxFaceFace(1.0f, 1.0f, kAxisY, 0));
+TEST_F(SATRecord, FaceTestsKeepTheFirstStrictlySmallestOverlap) {
+  reset();
+  EXPECT_FALSE(kvnSAT_TestBoxFaceFace(1.0f, 1.0f, y, 0));  // touching does not separate
   EXPECT_EQ(kvnSATGetBestDepth(), 0.0f);
+  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), y);
+
+  reset();
+  kvnSAT_TestBoxFaceFace(2.0f, 1.5f, x, 0);   // overlap 0.5
+  kvnSAT_TestBoxFaceFace(3.0f, 2.5f, y, 1);   // a tie: the earlier axis stays
   EXPECT_EQ(kvnSATGetBestAxis(), 0);
-  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), kAxisY);
-}
-
-TEST_F(SATRecord, NegativeDistanceFlipsTheRecordedAxis) {
-  resetThroughBoxBox();
-  EXPECT_FALSE(kvnSAT_TestBoxFaceFace(1.0f, -0.5f, kAxisX, 2));
-  EXPECT_EQ(kvnSATGetBestDepth(), 0.5f);
-  EXPECT_EQ(kvnSATGetBestAxis(), 2);
-  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), Vec2(-1.0f, 0.0f));
-}
-
-TEST_F(SATRecord, OnlyAStrictlySmallerOverlapReplacesTheRecord) {
-  resetThroughBoxBox();
-  kvnSAT_TestBoxFaceFace(2.0f, 1.5f, kAxisX, 0);  // overlap 0.5
-  kvnSAT_TestBoxFaceFace(3.0f, 2.5f, kAxisY, 1);  // tie: the earlier axis stays
-  EXPECT_EQ(kvnSATGetBestAxis(), 0);
-  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), kAxisX);
-
-  kvnSAT_TestBoxFaceFace(2.0f, -1.75f, kAxisY, 3);  // overlap 0.25
+  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), x);
+  kvnSAT_TestBoxFaceFace(2.0f, -1.75f, y, 3);  // smaller, and a negative distance flips
+  kvnSAT_TestBoxFaceFace(5.0f, 0.0f, x, 2);    // larger: ignored
   EXPECT_EQ(kvnSATGetBestAxis(), 3);
   EXPECT_EQ(kvnSATGetBestDepth(), 0.25f);
   EXPECT_EQ(kvnSATGetSeparatingAxisVec(), Vec2(0.0f, -1.0f));
 
-  kvnSAT_TestBoxFaceFace(5.0f, 0.0f, kAxisX, 2);  // larger overlap: ignored
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_FALSE(kvnSAT_TestBoxFaceFace(nan, 0.5f, x, 1));  // neither separates nor counts
+  EXPECT_TRUE(kvnSAT_TestBoxFaceFace(1.0f, 1.5f, y, 1));  // separating leaves the record
+  EXPECT_TRUE(kvnSAT_TestBoxFaceFace(1.0f, -1.5f, y, 2));
   EXPECT_EQ(kvnSATGetBestAxis(), 3);
   EXPECT_EQ(kvnSATGetBestDepth(), 0.25f);
-}
-
-TEST_F(SATRecord, ASeparatingAxisReturnsTrueAndLeavesTheRecordAlone) {
-  resetThroughBoxBox();
-  kvnSAT_TestBoxFaceFace(1.0f, 0.75f, kAxisX, 0);
-  EXPECT_TRUE(kvnSAT_TestBoxFaceFace(1.0f, 1.5f, kAxisY, 1));
-  EXPECT_TRUE(kvnSAT_TestBoxFaceFace(1.0f, -1.5f, kAxisY, 2));
-  EXPECT_EQ(kvnSATGetBestAxis(), 0);
-  EXPECT_EQ(kvnSATGetBestDepth(), 0.25f);
-  EXPECT_EQ(kvnSATGetSeparatingAxisVec(), kAxisX);
-}
-
-TEST_F(SATRecord, NaNOverlapNeitherSeparatesNorIsRecorded) {
-  resetThroughBoxBox();
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_FALSE(kvnSAT_TestBoxFaceFace(nan, 0.5f, kAxisX, 1));
-  EXPECT_EQ(kvnSATGetBestAxis(), -1);
-  EXPECT_EQ(kvnSATGetBestDepth(), 1.0e38f);
-}
-
-TEST_F(SATRecord, SuccessStaysFalseAndTheNormalIsStoredAsGiven) {
-  resetThroughBoxBox();
-  kvnSAT_TestBoxFaceFace(1.0f, 0.5f, kAxisX, 0);
-  kvnSAT_TestBoxFaceFace(1.0f, 0.9f, kAxisY, 1);
-  kvnSAT_TestBoxFaceFace(1.0f, 2.0f, kAxisY, 2);
   EXPECT_FALSE(kvnSATIsSuccess());
-
-  kvnSATSetNormal2(Vec2(0.25f, -3.0f));
-  EXPECT_EQ(kvnSATGetNormal2(), Vec2(0.25f, -3.0f));
-  // The tests never touch the normal or the radii.
-  kvnSAT_TestBoxFaceFace(1.0f, 0.95f, kAxisX, 3);
-  EXPECT_EQ(kvnSATGetNormal2(), Vec2(0.25f, -3.0f));
-  EXPECT_EQ(kvnSATGetBestRadiusA(), 1.0e38f);
-  EXPECT_EQ(kvnSATGetBestRadiusB(), 1.0e38f);
 }

@@ -1,9 +1,12 @@
-// The engine object: lifetime, clock and entity bookkeeping.
+// The engine object: lifetime, clock, entity bookkeeping and configuration.
 
+#include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Entity.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 #include <gtest/gtest.h>
+
+#include <cstddef>
 
 namespace {
 
@@ -13,44 +16,20 @@ TEST(EngineLifetime, ASecondEngineReplacesTheGlobalAndLeavesTheFirstAlive) {
   kvnDestroyKorvanSDK();  // without an engine it only stores null
   EXPECT_EQ(g_ptrSDK, nullptr);
   KorvanPhysicsSDK* first = kvnCreateKorvanSDK();
-  EXPECT_EQ(g_ptrSDK, first);
   first->updateF(0.5f);
   KorvanPhysicsSDK* second = kvnCreateKorvanSDK();
   EXPECT_EQ(g_ptrSDK, second);
   EXPECT_EQ(second->timeNow(), 0.0f);
   EXPECT_EQ(first->timeNow(), 0.5f);
-  EXPECT_NE(first->physicsContext(), second->physicsContext());
   kvnDestroyKorvanSDK();
   EXPECT_EQ(g_ptrSDK, nullptr);
   g_ptrSDK = first;
   kvnDestroyKorvanSDK();
 }
 
-class Engine : public ::testing::Test {
- protected:
-  void SetUp() override { sdk = kvnCreateKorvanSDK(); }
-  void TearDown() override { kvnDestroyKorvanSDK(); }
-  KorvanPhysicsSDK* sdk = nullptr;
-};
-
-TEST_F(Engine, TheClockSumsTheStepsInFloatAndAZeroStepOnlyTicks) {
-  sdk->updateF(0.01f);
-  sdk->updateF(0.02f);
-  sdk->updateF(0.03f);
-  EXPECT_EQ(sdk->timeNow(), 0.01f + 0.02f + 0.03f);
-  EXPECT_EQ(sdk->currentTick(), 3u);
-  EXPECT_EQ(sdk->timeStep(), 0.03f);
-  EXPECT_EQ(sdk->lastTimeStep(), 0.03f);
-  const float before = sdk->timeNow();
-  sdk->updateF(0.0f);
-  EXPECT_EQ(sdk->timeNow(), before);
-  EXPECT_EQ(sdk->currentTick(), 4u);
-}
-
 // Counts deletions and notices; its destructor records whether the dynamics
 // world still existed, since entities must go before the worlds.
-class CountingEntity : public xEntity {
- public:
+struct CountingEntity : xEntity {
   ~CountingEntity() override {
     ++deleted;
     worldAlive = g_ptrSDK != nullptr && g_ptrSDK->physicsContext() != nullptr;
@@ -59,56 +38,57 @@ class CountingEntity : public xEntity {
     ++created;
     seenDesc = desc;
   }
-  static int deleted;
-  static bool worldAlive;
+  static inline int deleted = 0;
+  static inline bool worldAlive = false;
   int created = 0;
   xEntityDesc* seenDesc = nullptr;
 };
-int CountingEntity::deleted = 0;
-bool CountingEntity::worldAlive = false;
 
-class CountingDesc : public xEntityDesc {
- public:
+struct CountingDesc : xEntityDesc {
   xEntity* createEntity() override { return new CountingEntity(); }
 };
 
-class Entities : public Engine {
- protected:
+struct Engine : ::testing::Test {
   void SetUp() override {
-    Engine::SetUp();
+    sdk = kvnCreateKorvanSDK();
     CountingEntity::deleted = 0;
   }
+  void TearDown() override { kvnDestroyKorvanSDK(); }
   CountingEntity* create() { return static_cast<CountingEntity*>(sdk->createEntity(&desc)); }
+  KorvanPhysicsSDK* sdk = nullptr;
   CountingDesc desc;
 };
 
-TEST_F(Entities, CreatingListsTheEntityAndNotifiesItOnceWithItsDescriptor) {
+TEST_F(Engine, TheClockSumsTheStepsInFloatAndAZeroStepOnlyTicks) {
+  for (float dt : {0.01f, 0.02f, 0.03f}) sdk->updateF(dt);
+  EXPECT_EQ(sdk->timeNow(), 0.01f + 0.02f + 0.03f);
+  EXPECT_EQ(sdk->currentTick(), 3u);
+  EXPECT_EQ(sdk->lastTimeStep(), 0.03f);
+  const float before = sdk->timeNow();
+  sdk->updateF(0.0f);
+  EXPECT_EQ(sdk->timeNow(), before);
+  EXPECT_EQ(sdk->currentTick(), 4u);
+}
+
+TEST_F(Engine, EntitiesAreNotifiedOnceAndOnlyListedOnesAreDeleted) {
   CountingEntity* a = create();
   CountingEntity* b = create();
   ASSERT_EQ(sdk->aEntities.size(), 2);
-  EXPECT_EQ(sdk->aEntities[0], a);
-  EXPECT_EQ(sdk->aEntities[1], b);
   EXPECT_EQ(a->created, 1);
   EXPECT_EQ(a->seenDesc, &desc);
-}
-
-TEST_F(Entities, RemovingForgetsWithoutDeletingAndOnlyListedEntitiesAreDestroyed) {
-  CountingEntity* a = create();
-  CountingEntity* b = create();
   CountingEntity stranger;
   EXPECT_FALSE(sdk->removeEntity(&stranger));
   sdk->destroyEntity(&stranger);
   EXPECT_TRUE(sdk->removeEntity(a));
   sdk->destroyEntity(a);  // no longer listed: survives
   EXPECT_EQ(CountingEntity::deleted, 0);
-  ASSERT_EQ(sdk->aEntities.size(), 1);
   sdk->destroyEntity(b);
   EXPECT_EQ(CountingEntity::deleted, 1);
   EXPECT_EQ(sdk->aEntities.size(), 0);
   delete a;
 }
 
-TEST_F(Entities, DestroyingTheEngineDeletesEveryListedEntityOnceBeforeTheWorlds) {
+TEST_F(Engine, DestroyingTheEngineDeletesEveryListedEntityOnceBeforeTheWorlds) {
   create();
   sdk->destroyEntity(create());
   create();
@@ -116,6 +96,24 @@ TEST_F(Entities, DestroyingTheEngineDeletesEveryListedEntityOnceBeforeTheWorlds)
   EXPECT_EQ(CountingEntity::deleted, 3);
   EXPECT_TRUE(CountingEntity::worldAlive);
   sdk = kvnCreateKorvanSDK();  // for TearDown
+}
+
+TEST(Configurator, HoldsTheDocumentedDefaultsWithTheFlagsAsConsecutiveBytes) {
+  const xConfigurator* cfg = xConfigurator::Instance();
+  EXPECT_EQ(cfg->cfg_gravity, Vec2(0.0f, 9.81f));
+  const float floats[] = {
+      cfg->cfg_maxSubstep,         cfg->cfg_allowedPenetration,  cfg->cfg_solverTolerance,
+      cfg->cfg_restLinearVelocity, cfg->cfg_restAngularVelocity, cfg->cfg_reserved1,
+      cfg->cfg_reserved2,          cfg->cfg_reserved3,           cfg->cfg_velocityDamping};
+  const float expected[] = {0.01f, 0.025f, 0.1f, 0.0031622f, 0.0031622f, 0.5f, 0.0f, 0.8f, 0.997f};
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(floats[i], expected[i]) << "float field " << i;
+  const bool* flags = &cfg->cfg_autoDeactivate;  // autoDeactivate ... reservedFlag3
+  const bool expectedFlags[] = {false, false, false, true,  true,  true, true,
+                                false, false, false, false, false, false};
+  for (int i = 0; i < 13; ++i) EXPECT_EQ(flags[i], expectedFlags[i]) << "flag " << i;
+  EXPECT_EQ(offsetof(xConfigurator, cfg_reservedFlag3), 60u);
+  EXPECT_EQ(offsetof(xConfigurator, cfg_lastSubsteps), 64u);
+  EXPECT_EQ(cfg->cfg_maxIterations, 50);
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #pragma once
 
-// Shared pieces of the dynamics tests: an engine per test, configurator
-// save/restore, a do-nothing constraint set that only links two bodies, and
-// the exact float arithmetic of one free-body step.
+// Shared by the dynamics tests: an engine per test with the configurator restored
+// afterwards, and a constraint set that only links two bodies.
 
 #include <KorvanPhysics2D/constraints/ConstraintSet.h>
 #include <KorvanPhysics2D/core/Configurator.h>
@@ -18,26 +17,19 @@ namespace kvn_test {
 
 using namespace KorvanPHX2D;
 
-// Creates the engine before each test and destroys it afterwards; restores the
-// configurator.
-class EngineTest : public ::testing::Test {
- protected:
+struct EngineTest : ::testing::Test {
   void SetUp() override {
     sdk = kvnCreateKorvanSDK();
-    ASSERT_NE(sdk, nullptr);
     ctx = sdk->physicsContext();
-    cfg = xConfigurator::Instance();
-    std::memcpy(saved, static_cast<void*>(cfg), sizeof saved);
+    std::memcpy(saved, static_cast<void*>(cfg), sizeof saved);  // plain data
   }
   void TearDown() override {
     std::memcpy(static_cast<void*>(cfg), saved, sizeof saved);
     kvnDestroyKorvanSDK();
   }
-
-  // A 3-DOF body from a default descriptor, placed and optionally initialised.
-  std::unique_ptr<xBody> makeBody(const Vec3& placement, bool init = true, float mass = 1.0f) {
+  // A unit-mass 3-DOF body from a default descriptor, placed and optionally initialised.
+  std::unique_ptr<xBody> makeBody(const Vec3& placement, bool init = true) {
     xBody3DOFDesc desc;
-    desc.fMass = mass;
     std::unique_ptr<xBody> body(sdk->createBody(desc));
     body->setRelPlacement(placement);
     if (init) body->initialize();
@@ -46,37 +38,13 @@ class EngineTest : public ::testing::Test {
 
   KorvanPhysicsSDK* sdk = nullptr;
   xPhysicsContext* ctx = nullptr;
-  xConfigurator* cfg = nullptr;
-
- private:
-  // The whole record: it is plain data, and tests change several fields.
+  xConfigurator* cfg = xConfigurator::Instance();
   alignas(xConfigurator) unsigned char saved[sizeof(xConfigurator)];
 };
 
 // Joins two bodies (or a body and the world) without forming any equation.
-class TestLink : public xConstraintSet {
- public:
+struct TestLink : xConstraintSet {
   int getNUE() override { return 0; }
 };
-
-// One body's linear state after one step of a free body (single substep),
-// computed in float exactly as the engine's damped semi-implicit Euler rule:
-// v' = v*d + (1/m)*((f + m*g)*h), p' = p + v'*h.
-struct FreeStep {
-  float x, y, vx, vy;
-};
-inline FreeStep freeStep(FreeStep s, float h, float mass, Vec2 force, Vec2 g, float d) {
-  const float invMass = 1.0f / mass;
-  const float fx = force.x + g.x * mass;
-  const float fy = force.y + g.y * mass;
-  const float vx = s.vx * d;
-  const float vy = s.vy * d;
-  FreeStep r;
-  r.vx = invMass * (fx * h) + vx;
-  r.vy = invMass * (fy * h) + vy;
-  r.x = s.x + r.vx * h;
-  r.y = s.y + r.vy * h;
-  return r;
-}
 
 }  // namespace kvn_test

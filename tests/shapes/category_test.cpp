@@ -2,11 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "shapes_test_support.h"
-
-using namespace KorvanPHX2D;
 
 namespace {
 
@@ -22,8 +19,7 @@ std::string freshCategory(std::uint32_t flags) {
 
 class CategoryPairs : public WithEngine {
  protected:
-  // The two queries for shapes of categories a and b, asked both ways round;
-  // both orders must agree.
+  // Both queries for shapes of categories a and b, asked both ways round.
   void expectPair(const std::string& a, const std::string& b, bool ignore, bool letGo) {
     SCOPED_TRACE(a + " - " + b);
     xPrimitiveShape* sa = makeShape(new xPrimitiveCircle(1.0f), a);
@@ -43,36 +39,31 @@ TEST(CategoryDispatcher, BuiltInCategoriesAndPairRulesAreCreatedInOrder) {
   const char* names[] = {"default", "ignoreall",     "notifier",      "solid_geometry",
                          "item",    "collision_ray", "fluid_dynamic", "fluid_static"};
   const std::uint32_t flags[] = {2, 1, 6, 2, 0, 0, 0, 0};
+  // The twelve pair rules as (category, partner, flags), each stored in its first category.
+  const int rules[12][3] = {{0, 0, 2}, {3, 3, 1}, {3, 0, 2}, {4, 0, 6}, {4, 3, 2}, {5, 3, 2},
+                            {5, 0, 2}, {5, 4, 2}, {6, 3, 2}, {7, 3, 1}, {7, 6, 1}, {7, 0, 6}};
   xCategoryDispatcher* d = registry();
   ASSERT_GE(d->cdp_aCategories.size(), 8);
+  int next = 0;
   for (int i = 0; i < 8; ++i) {
-    EXPECT_EQ(d->cdp_aCategories[i]->categoryID(), names[i]);
-    EXPECT_EQ(d->cdp_aCategories[i]->categoryFlags(), flags[i]) << names[i];
-  }
-  // Each rule sits in its first category: (partner index, flags) in order.
-  const struct {
-    int category;
-    std::vector<int> partners;
-    std::vector<std::uint32_t> flags;
-  } rules[] = {{0, {0}, {2}},       {1, {}, {}},
-               {2, {}, {}},         {3, {3, 0}, {1, 2}},
-               {4, {0, 3}, {6, 2}}, {5, {3, 0, 4}, {2, 2, 2}},
-               {6, {3}, {2}},       {7, {3, 6, 0}, {1, 1, 6}}};
-  for (const auto& r : rules) {
-    SCOPED_TRACE(names[r.category]);
-    const xCollisionCategory* c = d->cdp_aCategories[r.category];
-    ASSERT_EQ(c->aPairCategories.size(), static_cast<int>(r.partners.size()));
-    for (int k = 0; k < c->aPairCategories.size(); ++k) {
-      EXPECT_EQ(c->aPairCategories[k], r.partners[k]);
-      EXPECT_EQ(c->aPairFlags[k], r.flags[k]);
+    SCOPED_TRACE(names[i]);
+    xCollisionCategory* c = d->cdp_aCategories[i];
+    EXPECT_EQ(c->categoryID(), names[i]);
+    EXPECT_EQ(c->categoryFlags(), flags[i]);
+    for (int k = 0; k < c->aPairCategories.size(); ++k, ++next) {
+      ASSERT_LT(next, 12);
+      EXPECT_EQ(rules[next][0], i);
+      EXPECT_EQ(c->aPairCategories[k], rules[next][1]);
+      EXPECT_EQ(c->aPairFlags[k], static_cast<std::uint32_t>(rules[next][2]));
     }
   }
+  EXPECT_EQ(next, 12);
   d->createCategory("item", 7);  // an existing name keeps its flags
   EXPECT_EQ(d->findCategoryByName("item")->categoryFlags(), 0u);
   EXPECT_EQ(d->findCategoryByName("Default"), nullptr);
 }
 
-TEST_F(CategoryPairs, BuiltInPairsGiveTheirEffectiveResults) {
+TEST_F(CategoryPairs, BuiltInPairsGiveTheirEffectiveResultsEitherWayRound) {
   expectPair("solid_geometry", "solid_geometry", true, false);
   expectPair("item", "default", false, true);
   expectPair("fluid_static", "solid_geometry", true, false);
@@ -95,14 +86,12 @@ TEST_F(CategoryPairs, HostRulesApplyBothWaysWithTheFirstNonZeroEntryWinning) {
   EXPECT_EQ(registry()->findCategoryByName(b)->aPairCategories.size(), 0);  // stored in a only
   EXPECT_FALSE(registry()->registerCategoryPair(a, "no_such_category", 1));
 
-  // A pair entry of 0 never overrides the own flags.
-  const std::string wall = freshCategory(1);
+  const std::string wall = freshCategory(1);  // a pair entry of 0 never overrides
   ASSERT_TRUE(registry()->registerCategoryPair(wall, "default", 0));
   expectPair(wall, "default", true, false);
 
-  // Two entries for one partner: the first counts.
   const std::string c = freshCategory(0), d = freshCategory(0);
   ASSERT_TRUE(registry()->registerCategoryPair(c, d, 4));
-  ASSERT_TRUE(registry()->registerCategoryPair(c, d, 1));
+  ASSERT_TRUE(registry()->registerCategoryPair(c, d, 1));  // a second entry: the first counts
   expectPair(c, d, false, true);
 }

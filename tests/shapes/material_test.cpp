@@ -37,13 +37,12 @@ TEST(MaterialDispatcher, DuplicateNamesAreIgnoredAndARejectedMaterialStaysWithTh
   xMaterialDispatcher* d = xMaterialDispatcher::Instance();
   const int before = d->mdp_aMaterials.size();
   d->createMaterial("water", 1.0f, 1.0f, 1.0f, 1.0f, 1.0f);
-  EXPECT_EQ(d->obtainMaterialByName("water")->fDensity, 1000.0f);
-
-  xMaterial* duplicate = new xMaterial();
+  auto* duplicate = new xMaterial();
   duplicate->setLabel("glass");
   duplicate->setDensity(7.0f);
   d->registerMaterial(duplicate);
   EXPECT_EQ(d->mdp_aMaterials.size(), before);
+  EXPECT_EQ(d->obtainMaterialByName("water")->fDensity, 1000.0f);
   EXPECT_EQ(d->obtainMaterialByName("glass")->fDensity, 2500.0f);
   EXPECT_EQ(duplicate->fDensity, 7.0f);  // not deleted: still ours
   delete duplicate;

@@ -9,13 +9,6 @@ using namespace KorvanPHX2D;
 
 namespace {
 
-void expectBox(const Box2& b, float x0, float y0, float x1, float y1) {
-  EXPECT_EQ(b.vMin.x, x0);
-  EXPECT_EQ(b.vMin.y, y0);
-  EXPECT_EQ(b.vMax.x, x1);
-  EXPECT_EQ(b.vMax.y, y1);
-}
-
 class BarePrimitive : public xPrimitive {
  public:
   ePrimitveObj getType() override { return eBoxObj; }
@@ -35,34 +28,33 @@ float fieldAfterDestruction(float T::*field, Args... args) {
 
 }  // namespace
 
-TEST(Primitive, BoxesCirclesAndSegmentsGiveTheirKindsBoxesAreasAndInertias) {
-  xPrimitiveBox unit;
-  EXPECT_EQ(unit.getType(), eBoxObj);
-  expectBox(unit.getBoundingBox(), -0.5f, -0.5f, 0.5f, 0.5f);
-  EXPECT_EQ(unit.volume(), 1.0f);
-  EXPECT_EQ(unit.inertia(), 2.0f * 0.083333336f);
-
-  xPrimitiveBox wide(Vec2(4.0f, 2.0f));  // full extents, not half extents
-  expectBox(wide.getBoundingBox(), -2.0f, -1.0f, 2.0f, 1.0f);
-  EXPECT_EQ(wide.volume(), 8.0f);
-  EXPECT_EQ(wide.inertia(), 20.0f * 0.083333336f);
-
-  xPrimitiveCircle circle;  // radius 10
-  EXPECT_EQ(circle.getType(), eCircleObj);
-  expectBox(circle.getBoundingBox(), -10.0f, -10.0f, 10.0f, 10.0f);
-  EXPECT_EQ(circle.volume(), 314.15927f);
-  EXPECT_EQ(circle.inertia(), 25.0f);  // r^2 / 4
-
+TEST(Primitive, EachKindGivesItsTypeBoundingBoxAreaAndInertiaFactor) {
+  xPrimitiveBox unit, wide(Vec2(4.0f, 2.0f));  // full extents, not half extents
+  xPrimitiveCircle circle;                     // radius 10
   xPrimitiveLineSeg seg(Vec2(0.0f, 0.0f), Vec2(1.0f, 0.0f));
-  EXPECT_EQ(seg.getType(), eLineSegObj);
-  expectBox(seg.getBoundingBox(), -1.0e38f, -1.0e38f, 1.0e38f, 1.0e38f);
-  EXPECT_EQ(seg.volume(), 0.0f);
-  EXPECT_EQ(seg.inertia(), 1.0e38f);
-
   BarePrimitive bare;
-  expectBox(bare.getBoundingBox(), 1.0e38f, 1.0e38f, -1.0e38f, -1.0e38f);
-  EXPECT_EQ(bare.volume(), -1.0f);
-  EXPECT_EQ(bare.inertia(), -1.0f);
+  const float big = 1.0e38f;
+  const struct {
+    xPrimitive* p;
+    ePrimitveObj type;
+    Box2 box;
+    float area, inertia;
+  } rows[] = {
+      {&unit, eBoxObj, {-0.5f, -0.5f, 0.5f, 0.5f}, 1.0f, 2.0f * 0.083333336f},
+      {&wide, eBoxObj, {-2.0f, -1.0f, 2.0f, 1.0f}, 8.0f, 20.0f * 0.083333336f},
+      {&circle, eCircleObj, {-10.0f, -10.0f, 10.0f, 10.0f}, 314.15927f, 25.0f},  // r^2 / 4
+      {&seg, eLineSegObj, {-big, -big, big, big}, 0.0f, big},
+      {&bare, eBoxObj, {big, big, -big, -big}, -1.0f, -1.0f},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(&r - rows);
+    EXPECT_EQ(r.p->getType(), r.type);
+    const Box2 b = r.p->getBoundingBox();
+    EXPECT_EQ(b.vMin, r.box.vMin);
+    EXPECT_EQ(b.vMax, r.box.vMax);
+    EXPECT_EQ(r.p->volume(), r.area);
+    EXPECT_EQ(r.p->inertia(), r.inertia);
+  }
 }
 
 TEST(Primitive, DestroyedBoxesAndCirclesCarryTheUnsetMarker) {

@@ -1,12 +1,9 @@
 #include <KorvanPhysics2D/collision/CollisionContext.h>
 #include <KorvanPhysics2D/collision/QuadTree.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
-#include <KorvanPhysics2D/shapes/CollisionCategory.h>
 #include <gtest/gtest.h>
 
 #include "shapes_test_support.h"
-
-using namespace KorvanPHX2D;
 
 namespace {
 
@@ -24,20 +21,9 @@ using ShapeInWorld = WithEngine;
 
 }  // namespace
 
-TEST_F(ShapeInWorld, CreateShapeHandsOverEnvelopeAndCategoryButNotThePlacement) {
-  xPrimitiveShapeDesc desc;
-  auto* box = new xPrimitiveBox(4.0f, 2.0f);
-  desc.setEnvelope(box);
-  desc.setCategory("item");
-  desc.setPlacement(Vec3(5.0f, 6.0f, 1.0f));
-  auto* shape = static_cast<xPrimitiveShape*>(g_ptrSDK->createShape(desc));
-  EXPECT_EQ(shape->ptrEnvelope, box);
-  EXPECT_EQ(shape->getCollisionCategory(),
-            xCategoryDispatcher::Instance()->findCategoryByName("item"));
-  EXPECT_EQ(shape->getRelPlacement().x, 0.0f);
-
-  // A quarter turn swaps width and height in the absolute box.
-  shape->setRelPlacement(Vec3(10.0f, 0.0f, 1.5707964f));
+TEST_F(ShapeInWorld, AQuarterTurnSwapsWidthAndHeightInTheAbsoluteBox) {
+  xPrimitiveShape* shape =
+      makeShape(new xPrimitiveBox(4.0f, 2.0f), "default", Vec3(10.0f, 0.0f, 1.5707964f));
   const Box2 b = shape->getAbsBoundingBox();
   EXPECT_NEAR(b.vMin.x, 9.0f, 1e-5f);
   EXPECT_NEAR(b.vMin.y, -2.0f, 1e-5f);
@@ -46,9 +32,8 @@ TEST_F(ShapeInWorld, CreateShapeHandsOverEnvelopeAndCategoryButNotThePlacement) 
   delete shape;
 }
 
-TEST_F(ShapeInWorld, ActivatingTwiceAddsOnceAndDeactivatingAnInactiveShapeDoesNothing) {
+TEST_F(ShapeInWorld, ActivatingTwiceAddsOnceAndDeactivatingTwiceRemovesOnce) {
   xPrimitiveShape* shape = makeShape(new xPrimitiveCircle(1.0f), "default");
-  shape->deactivate();
   shape->activate();
   shape->activate();
   EXPECT_EQ(world()->activeShapesCount(), 1);
@@ -58,7 +43,7 @@ TEST_F(ShapeInWorld, ActivatingTwiceAddsOnceAndDeactivatingAnInactiveShapeDoesNo
   delete shape;
 }
 
-TEST_F(ShapeInWorld, MovingABodyRefilesItsInitialisedShapes) {
+TEST_F(ShapeInWorld, MovingABodyRefilesItsInitialisedShapesOnly) {
   xBody3DOFDesc desc;
   xBody* body = desc.createBody();
   xPrimitiveShape* shape = makeShape(new xPrimitiveCircle(1.0f), "default");

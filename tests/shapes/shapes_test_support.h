@@ -7,22 +7,23 @@
 
 #include <string>
 
+using namespace KorvanPHX2D;
+
 // Shapes report to the engine's collision world, so tests that make shapes
 // run with a fresh engine.
 class WithEngine : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_NE(KorvanPHX2D::kvnCreateKorvanSDK(), nullptr); }
-  void TearDown() override { KorvanPHX2D::kvnDestroyKorvanSDK(); }
+  void SetUp() override { ASSERT_NE(kvnCreateKorvanSDK(), nullptr); }
+  void TearDown() override { kvnDestroyKorvanSDK(); }
 };
 
 // A primitive shape made by its descriptor, placed as a root at p.
-inline KorvanPHX2D::xPrimitiveShape* makeShape(KorvanPHX2D::xPrimitive* envelope,
-                                               const std::string& category,
-                                               const KorvanPHX2D::Vec3& p = {0.0f, 0.0f, 0.0f}) {
-  KorvanPHX2D::xPrimitiveShapeDesc desc;
+inline xPrimitiveShape* makeShape(xPrimitive* envelope, const std::string& category,
+                                  const Vec3& p = {0.0f, 0.0f, 0.0f}) {
+  xPrimitiveShapeDesc desc;
   desc.setCategory(category);
   desc.setEnvelope(envelope);
-  auto* shape = static_cast<KorvanPHX2D::xPrimitiveShape*>(desc.createShape());
+  auto* shape = static_cast<xPrimitiveShape*>(desc.createShape());
   shape->setRelPlacement(p);
   return shape;
 }
