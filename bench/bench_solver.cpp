@@ -1,8 +1,9 @@
 // The solver on one large group: 1,830 bodies (the boxes of a 60-row pyramid)
 // held by 2,700 contact-like constraint sets of two rows each (5,400 rows),
 // solved with the default settings (one sub-step, 50 sweeps, each after a
-// sort). Also the sweep ordering alone: radix sort against std::stable_sort
-// and the C library's qsort with a float-difference comparator.
+// sort); small groups solved after that group; and the sweep ordering alone:
+// radix sort against std::stable_sort and the C library's qsort with a
+// float-difference comparator.
 
 #include <KorvanPhysics2D/constraints/ConstraintSet.h>
 #include <KorvanPhysics2D/constraints/EquationStream.h>
@@ -157,6 +158,56 @@ void BM_SolvePyramidGroup(benchmark::State& state) {
   kvnDestroyKorvanSDK();
 }
 BENCHMARK(BM_SolvePyramidGroup)->Unit(benchmark::kMillisecond);
+
+// Small groups after a big one: the streams keep the big group's buffers, and
+// the per-sub-step work of a small group must not scale with them. One solve of
+// the pyramid group, then per iteration the groups of a world of 1,000 free
+// bodies (one body each, no constraint sets) and a box resting on the ground
+// (one contact, two rows).
+void BM_SolveSmallGroupsAfterBigGroup(benchmark::State& state) {
+  kvnCreateKorvanSDK();
+  {
+    xSolverLCP* solver = g_ptrSDK->physicsContext()->getSolver();
+    xIntegrator* integrator = g_ptrSDK->physicsContext()->getIntegrator();
+    const float dt = 1.0f / 60.0f;
+    {
+      PyramidGroup big;
+      solver->solve(big.bodyArray, big.setArray, *integrator, dt);
+    }
+    constexpr int kFreeBodies = 1000;
+    std::vector<std::unique_ptr<xBody>> free;
+    std::vector<xArray<xBody*>> freeGroups(kFreeBodies);
+    for (int i = 0; i < kFreeBodies; ++i) {
+      auto body = std::make_unique<xBody3DOF>();
+      body->ptrFirstJoint = nullptr;
+      body->setInertiaVec(1.0f / 6.0f);
+      body->setRelPlacement(Vec3(static_cast<float>(i), 0.0f, 0.0f));
+      body->initialize();
+      freeGroups[static_cast<std::size_t>(i)].append(body.get());
+      free.push_back(std::move(body));
+    }
+    xArray<xConstraintSet*> noSets;
+    auto box = std::make_unique<xBody3DOF>();
+    box->ptrFirstJoint = nullptr;
+    box->setInertiaVec(1.0f / 6.0f);
+    box->initialize();
+    BenchContact ground;
+    ground.attach(box.get(), nullptr);
+    ground.leverSrc = Vec2(0.0f, 0.5f);
+    xArray<xBody*> boxGroup;
+    boxGroup.append(box.get());
+    xArray<xConstraintSet*> groundSets;
+    groundSets.append(&ground);
+    for (auto _ : state) {
+      for (auto& group : freeGroups) solver->solve(group, noSets, *integrator, dt);
+      solver->solve(boxGroup, groundSets, *integrator, dt);
+    }
+    state.counters["groups"] = kFreeBodies + 1;
+    ground.release();
+  }
+  kvnDestroyKorvanSDK();
+}
+BENCHMARK(BM_SolveSmallGroupsAfterBigGroup)->Unit(benchmark::kMicrosecond);
 
 // Change keys as the sweeps see them: those left by a solve of the group.
 const std::vector<float>& pyramidKeys() {

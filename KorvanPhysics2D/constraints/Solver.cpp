@@ -59,7 +59,11 @@ struct alignas(64) PackedRow {
   float upperBound;
   std::int32_t laneSrc;
   std::int32_t laneDst;
-  std::int32_t boundScaleRow;
+  // Slot in SweepScratch::prev whose value multiplies the bounds: the scaling
+  // row, or a slot holding 1 (x * 1 is x, bit for bit) so that the sweep needs
+  // no branch on whether a row scales its bounds (the rows come in change
+  // order, so that branch would be unpredictable).
+  std::int32_t boundScaleSlot;
   std::uint8_t angularSrc;
   std::uint8_t angularDst;
 };
@@ -69,6 +73,10 @@ struct alignas(64) PackedRow {
 struct SweepScratch {
   std::vector<BodyLane> lanes;
   std::vector<PackedRow> rows;
+  // Previous-sweep lambdas of the rows in use, then a slot holding 1 (rows that
+  // do not scale their bounds) and a slot holding 0 (scaling rows at or past
+  // the rows in use, whose previous lambda is the reset value 0).
+  std::vector<float> prev;
   detail::xRowSorter sorter;
 };
 
@@ -80,34 +88,50 @@ SweepScratch& sweepScratch() {
 float* data(xVector& v) { return v.vc_pData; }
 float* rowPtr(xMatrix& m, int r) { return &m(r, 0); }
 
+void fillFloats(xVector& v, int count, float value) {
+  float* p = v.vc_pData;
+  for (int i = 0; i < count; ++i) p[i] = value;
+}
+
 // The solver's own reset at the start of every sub-step. It differs from
 // xEquationStream::reset: compliance 0, only boundScaleRow to -1, body rows to 0.
-void resetForSubstep(xEquationStream& eq, xBodyStream& bodies) {
-  kvnSetToZeroV(eq.solution);
-  kvnSetToZeroV(eq.prevSolution);
-  kvnSetToZeroV(eq.residual);
-  kvnSetToZeroV(eq.invEffMass);
-  kvnSetToZeroV(eq.change);
-  kvnSetToZeroV(eq.rhs);
-  kvnSetToZeroM(eq.jacobianSrc);
-  kvnSetToZeroM(eq.jacobianDst);
-  kvnSetToZeroM(eq.appliedSrc);
-  kvnSetToZeroM(eq.appliedDst);
-  kvnSetToZeroV(eq.relaxation);
-  kvnSetToZeroV(eq.compliance);
-  kvnSetToValueV(eq.lowerBound, -kUnbounded);
-  kvnSetToValueV(eq.upperBound, kUnbounded);
-  const int n = eq.boundScaleRow.size();
-  int* scale = eq.boundScaleRow.dataPtr();
-  int* rowSrc = eq.bodyRowSrc.dataPtr();
-  int* rowDst = eq.bodyRowDst.dataPtr();
-  for (int i = 0; i < n; ++i) {
-    scale[i] = -1;
-    rowSrc[i] = 0;
-    rowDst[i] = 0;
+// Only the rows this solve allocated are reset (the streams keep the buffers of
+// the largest group ever solved, and kvnSetToZeroV would zero all of them):
+// rows beyond are never read during this solve, and every solve resets its own
+// rows before use. Without constraint sets no equation row is read at all.
+void resetForSubstep(xEquationStream& eq, xBodyStream& bodies, int rows, int bodyRows) {
+  if (rows > 0) {
+    xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual, &eq.invEffMass,
+                         &eq.change,   &eq.rhs,          &eq.relaxation, &eq.compliance};
+    for (xVector* v : zeroed) fillFloats(*v, rows, 0.0f);
+    fillFloats(eq.lowerBound, rows, -kUnbounded);
+    fillFloats(eq.upperBound, rows, kUnbounded);
+    // The matrices are allocated with exactly these rows.
+    kvnSetToZeroM(eq.jacobianSrc);
+    kvnSetToZeroM(eq.jacobianDst);
+    kvnSetToZeroM(eq.appliedSrc);
+    kvnSetToZeroM(eq.appliedDst);
+    int* scale = eq.boundScaleRow.dataPtr();
+    int* rowSrc = eq.bodyRowSrc.dataPtr();
+    int* rowDst = eq.bodyRowDst.dataPtr();
+    for (int i = 0; i < rows; ++i) {
+      scale[i] = -1;
+      rowSrc[i] = 0;
+      rowDst[i] = 0;
+    }
   }
   kvnSetToZeroM(bodies.invMass);
-  kvnSetToZeroV(bodies.force);
+  fillFloats(bodies.force, bodyRows, 0.0f);
+}
+
+// The body stream's clear() for the rows of this solve only: its vectors keep
+// the storage of the largest group ever solved, and zeroing all of it for
+// every small group would cost more than solving the group.
+void clearBodyRows(xBodyStream& bodies, int bodyRows) {
+  kvnSetToZeroM(bodies.invMass);
+  kvnSetToZeroM(bodies.placement);
+  fillFloats(bodies.extForce, bodyRows, 0.0f);
+  fillFloats(bodies.velocity, bodyRows, 0.0f);
 }
 
 // Share of one body in a row's J M^-1 J^T.
@@ -151,6 +175,8 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
   const int n = eq.rowCount;
   const float invH = 1.0f / h;
   s.rows.resize(static_cast<std::size_t>(n));
+  s.prev.assign(static_cast<std::size_t>(n) + 2, 0.0f);
+  s.prev[static_cast<std::size_t>(n)] = 1.0f;
   for (int k = 0; k < n; ++k) {
     PackedRow& row = s.rows[static_cast<std::size_t>(k)];
     const float* jSrc = rowPtr(eq.jacobianSrc, k);
@@ -171,7 +197,8 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
               "destination body of a row is not in the group");
     row.laneSrc = rSrc == -1 ? -1 : rSrc / 3;
     row.laneDst = rDst == -1 ? -1 : rDst / 3;
-    row.boundScaleRow = eq.boundScaleRow[k];
+    const int scaleRow = eq.boundScaleRow[k];
+    row.boundScaleSlot = scaleRow < 0 ? n : scaleRow < n ? scaleRow : n + 1;
     row.angularSrc = eq.dofSrc[k] == 3 ? 1 : 0;
     row.angularDst = eq.dofDst[k] == 3 ? 1 : 0;
   }
@@ -215,10 +242,11 @@ inline void applyForce(BodyLane& lane, const float* j, float lambda, bool angula
 // the relative test and a tolerance below 1 only all-zero changes pass; kept as
 // is, the sweeps then run to the limit.
 template <bool kFirstSweep>
-bool sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, float* solution,
-           float* change, float* residual, float tol, bool relative) {
+bool sweep(SweepScratch& s, const int* order, int n, float* solution, float* change,
+           float* residual, float tol, bool relative) {
   BodyLane* lanes = s.lanes.data();
   const PackedRow* rows = s.rows.data();
+  const float* prevSolution = s.prev.data();
   constexpr int kPrefetchAhead = 12;
   bool blocked = false;
   for (int i = 0; i < n; ++i) {
@@ -238,13 +266,9 @@ bool sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, 
     }
     const float res = row.rhsOverH + (eSrc + eDst);
     residual[k] = res;
-    float lo = row.lowerBound;
-    float hi = row.upperBound;
-    if (row.boundScaleRow >= 0) {
-      const float scale = prevSolution[row.boundScaleRow];
-      lo *= scale;
-      hi *= scale;
-    }
+    const float scale = prevSolution[row.boundScaleSlot];
+    const float lo = row.lowerBound * scale;
+    const float hi = row.upperBound * scale;
     const float lambda = clampToBounds(res * row.invEffMass, lo, hi);
     solution[k] = lambda;
     const float c = std::fabs(lambda - prev);
@@ -292,7 +316,7 @@ void runSweeps(xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
   SweepScratch& s = sweepScratch();
   packSubstep(s, eq, bodies, bodyCount, h);
   const int n = eq.rowCount;
-  float* prevSolution = data(eq.prevSolution);
+  const std::size_t rowBytes = sizeof(float) * static_cast<std::size_t>(n);
   float* solution = data(eq.solution);
   float* change = data(eq.change);
   float* residual = data(eq.residual);
@@ -301,11 +325,13 @@ void runSweeps(xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
     s.sorter.sortDescending(change, n, order);
     const bool done =
         iteration == 0
-            ? sweep<true>(s, order, n, prevSolution, solution, change, residual, tol, relative)
-            : sweep<false>(s, order, n, prevSolution, solution, change, residual, tol, relative);
-    if (n > 0) std::memcpy(prevSolution, solution, sizeof(float) * static_cast<std::size_t>(n));
+            ? sweep<true>(s, order, n, solution, change, residual, tol, relative)
+            : sweep<false>(s, order, n, solution, change, residual, tol, relative);
+    if (n > 0) std::memcpy(s.prev.data(), solution, rowBytes);
     if (done) break;
   }
+  // The stream's previous lambdas: those of the last sweep, as the scratch holds them.
+  if (n > 0) std::memcpy(data(eq.prevSolution), s.prev.data(), rowBytes);
   unpackSubstep(s, eq, bodies, bodyCount);
 }
 
@@ -357,7 +383,7 @@ void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& con
   rowsPerConstraint.clear();
   rowsPerConstraint.resize(constraintCount);
   bs.allocate(bodyRows, bodyCount);
-  bs.clear();
+  clearBodyRows(bs, bodyRows);
   bs.loadExternalForces(bodies);
   bs.loadPlacements(bodies);
   bs.loadVelocities(bodies);
@@ -370,7 +396,7 @@ void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& con
     // stays put in the last sub-step. The sleeping bookkeeping depends on it.
     time = time + static_cast<float>(i + 1 - n) * stepSize;
     bs.restoreExternalForces(bodies);
-    resetForSubstep(eq, bs);
+    resetForSubstep(eq, bs, maxRows, bodyRows);
     bs.prepareSubstep(bodies);
     if (constraintCount > 0) {
       formAllEquations(constraints, eq, bs);
