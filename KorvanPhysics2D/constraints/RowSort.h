@@ -30,10 +30,10 @@ inline std::uint32_t rowOrderKey(float change) {
 // solver's keys: many changes are exactly zero (those rows go last, in row
 // order, without being sorted), and the others crowd into a few exponents.
 // Entries are (key, row) pairs in one 64-bit word. Three passes of 11, 10 and
-// 10 bits; the last, over the exponent, walks four chunks of the input side by
-// side with their own bucket offsets, so that long runs of one digit do not
-// serialise on one counter. Passes in which every key has the same digit are
-// skipped. Buffers are kept between calls and only grow.
+// 10 bits, whose digits are all counted in one pass after the zero changes are
+// split off; the last pass, over the exponent, writes the row numbers straight
+// into the order. Passes in which every key has the same digit are skipped.
+// Buffers are kept between calls and only grow.
 class xRowSorter {
  public:
   // Writes into order[0..n) the rows 0..n-1 sorted by descending keys[row],
@@ -48,8 +48,11 @@ class xRowSorter {
     std::uint64_t* a = bufA_.data();
     std::uint64_t* b = bufB_.data();
     int* zeros = zeros_.data();
+    std::uint32_t* low0 = counts_;
+    std::uint32_t* low1 = counts_ + kLow1;
+    std::uint32_t* top = counts_ + kTop;
 
-    // Split off the zero changes without branches (the split is
+    // Splits off the zero changes without branches (the split is
     // unpredictable); in the first sweep of a sub-step every key is zero and
     // the order is the row order.
     int m = 0;
@@ -62,27 +65,26 @@ class xRowSorter {
       m += 1 - isZero;
       z += isZero;
     }
-    // Digit counts of the two low passes.
-    std::memset(low0_, 0, sizeof low0_);
-    std::memset(low1_, 0, sizeof low1_);
+    // The digit counts of all three passes, in one pass over the others.
+    std::memset(counts_, 0, sizeof counts_);
     for (int i = 0; i < m; ++i) {
       const std::uint32_t k = static_cast<std::uint32_t>(a[i] >> 32);
-      ++low0_[k & kMask0];
-      ++low1_[(k >> kShift1) & kMask1];
+      ++low0[k & kMask0];
+      ++low1[(k >> kShift1) & kMask1];
+      ++top[k >> kShift2];
     }
 
     if (m > 0) {
       const std::uint32_t first = static_cast<std::uint32_t>(a[0] >> 32);
-      if (prefix(low0_, kBuckets0, low0_[first & kMask0], m)) {
-        scatterLow(a, b, m, 32, kMask0, low0_);
+      if (prefix(low0, kBuckets0, low0[first & kMask0], m)) {
+        scatter(a, b, m, 32, kMask0, low0);
         std::swap(a, b);
       }
-      if (prefix(low1_, kBuckets1, low1_[(first >> kShift1) & kMask1], m)) {
-        scatterLow(a, b, m, 32 + kShift1, kMask1, low1_);
+      if (prefix(low1, kBuckets1, low1[(first >> kShift1) & kMask1], m)) {
+        scatter(a, b, m, 32 + kShift1, kMask1, low1);
         std::swap(a, b);
       }
-      if (sortTop(a, b, m)) std::swap(a, b);
-      for (int i = 0; i < m; ++i) order[i] = static_cast<int>(static_cast<std::uint32_t>(a[i]));
+      sortTop(a, m, order);
     }
     std::memcpy(order + m, zeros, sizeof(int) * static_cast<std::size_t>(z));
   }
@@ -120,8 +122,13 @@ class xRowSorter {
   static constexpr int kShift2 = kBits0 + kBits1;  // the top 10 bits of the 31-bit key
   static constexpr int kBuckets2 = 1 << 10;
   static constexpr int kChunks = 4;
+  // Where each pass's counters start in counts_.
+  static constexpr int kLow1 = kBuckets0;
+  static constexpr int kTop = kLow1 + kBuckets1;
+  static constexpr int kCounts = kTop + kBuckets2;
 
-  // Counts to first positions; false when all m keys share one digit.
+  // Counts to first positions; false when all m keys share one digit (that of
+  // the first key, whose count is firstCount).
   static bool prefix(std::uint32_t* count, int buckets, std::uint32_t firstCount, int m) {
     if (firstCount == static_cast<std::uint32_t>(m)) return false;
     std::uint32_t sum = 0;
@@ -134,16 +141,51 @@ class xRowSorter {
   }
 
   // One stable pass on a digit of spread-out values.
-  static void scatterLow(const std::uint64_t* in, std::uint64_t* out, int m, int shift,
-                         std::uint32_t mask, std::uint32_t* pos) {
+  static void scatter(const std::uint64_t* in, std::uint64_t* out, int m, int shift,
+                      std::uint32_t mask, std::uint32_t* pos) {
     for (int i = 0; i < m; ++i) {
       const std::uint64_t e = in[i];
       out[pos[(e >> shift) & mask]++] = e;
     }
   }
 
-  // The stable pass on the top digit, four chunks side by side.
-  bool sortTop(const std::uint64_t* in, std::uint64_t* out, int m) {
+  static int rowOf(std::uint64_t e) { return static_cast<int>(static_cast<std::uint32_t>(e)); }
+
+  // The stable pass on the top digit, writing rows into order[0..m). The top
+  // digits (exponents) sit in a narrow range, so only the buckets from the
+  // first used one until all m keys are placed get positions. When one digit
+  // holds a large share of the keys, a single counter would serialise the
+  // pass; the keys are then recounted in four chunks of the input that are
+  // walked side by side.
+  void sortTop(const std::uint64_t* in, int m, int* order) {
+    std::uint32_t* count = counts_ + kTop;
+    const std::uint32_t all = static_cast<std::uint32_t>(m);
+    int first = 0;
+    while (count[first] == 0) ++first;
+    if (count[first] == all) {
+      for (int i = 0; i < m; ++i) order[i] = rowOf(in[i]);
+      return;
+    }
+    std::uint32_t sum = 0;
+    std::uint32_t largest = 0;
+    for (int d = first; sum < all; ++d) {
+      const std::uint32_t c = count[d];
+      count[d] = sum;
+      sum += c;
+      largest = c > largest ? c : largest;
+    }
+    if (largest * kChunks > all) {
+      sortTopChunked(in, m, order);
+      return;
+    }
+    const int shift = 32 + kShift2;
+    for (int i = 0; i < m; ++i) {
+      const std::uint64_t e = in[i];
+      order[count[e >> shift]++] = rowOf(e);
+    }
+  }
+
+  void sortTopChunked(const std::uint64_t* in, int m, int* order) {
     int begin[kChunks + 1];
     for (int c = 0; c <= kChunks; ++c) {
       begin[c] = static_cast<int>(static_cast<std::int64_t>(m) * c / kChunks);
@@ -157,10 +199,6 @@ class xRowSorter {
     for (int c = 0; c < kChunks; ++c) {
       for (int i = begin[c] + shortest; i < begin[c + 1]; ++i) ++top_[c][in[i] >> shift];
     }
-    const std::uint64_t d = in[0] >> shift;
-    if (top_[0][d] + top_[1][d] + top_[2][d] + top_[3][d] == static_cast<std::uint32_t>(m)) {
-      return false;
-    }
     std::uint32_t sum = 0;
     for (int bucket = 0; bucket < kBuckets2; ++bucket) {
       for (int c = 0; c < kChunks; ++c) {
@@ -172,16 +210,15 @@ class xRowSorter {
     for (int j = 0; j < shortest; ++j) {
       for (int c = 0; c < kChunks; ++c) {
         const std::uint64_t e = in[begin[c] + j];
-        out[top_[c][e >> shift]++] = e;
+        order[top_[c][e >> shift]++] = rowOf(e);
       }
     }
     for (int c = 0; c < kChunks; ++c) {
       for (int i = begin[c] + shortest; i < begin[c + 1]; ++i) {
         const std::uint64_t e = in[i];
-        out[top_[c][e >> shift]++] = e;
+        order[top_[c][e >> shift]++] = rowOf(e);
       }
     }
-    return true;
   }
 
   void grow(int n) {
@@ -195,8 +232,7 @@ class xRowSorter {
   std::vector<std::uint64_t> bufA_;
   std::vector<std::uint64_t> bufB_;
   std::vector<int> zeros_;
-  std::uint32_t low0_[kBuckets0];
-  std::uint32_t low1_[kBuckets1];
+  std::uint32_t counts_[kCounts];
   std::uint32_t top_[kChunks][kBuckets2];
 };
 

@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace KorvanPHX2D {
@@ -66,6 +67,9 @@ struct alignas(64) PackedRow {
   std::int32_t boundScaleSlot;
   std::uint8_t angularSrc;
   std::uint8_t angularDst;
+  // Two different bodies, both with a rotational freedom: the common row, which
+  // the sweep handles without a test per body or per freedom.
+  std::uint8_t twoRotatingBodies;
 };
 
 // Sweep scratch, process-wide like the streams; buffers only grow, so steady
@@ -76,7 +80,10 @@ struct SweepScratch {
   // Previous-sweep lambdas of the rows in use, then a slot holding 1 (rows that
   // do not scale their bounds) and a slot holding 0 (scaling rows at or past
   // the rows in use, whose previous lambda is the reset value 0).
+  // The sweeps alternate between these two: each reads the lambdas of the
+  // previous sweep from one and writes its own into the other.
   std::vector<float> prev;
+  std::vector<float> next;
   detail::xRowSorter sorter;
 };
 
@@ -175,8 +182,10 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
   const int n = eq.rowCount;
   const float invH = 1.0f / h;
   s.rows.resize(static_cast<std::size_t>(n));
-  s.prev.assign(static_cast<std::size_t>(n) + 2, 0.0f);
-  s.prev[static_cast<std::size_t>(n)] = 1.0f;
+  for (std::vector<float>* lambdas : {&s.prev, &s.next}) {
+    lambdas->assign(static_cast<std::size_t>(n) + 2, 0.0f);
+    (*lambdas)[static_cast<std::size_t>(n)] = 1.0f;
+  }
   for (int k = 0; k < n; ++k) {
     PackedRow& row = s.rows[static_cast<std::size_t>(k)];
     const float* jSrc = rowPtr(eq.jacobianSrc, k);
@@ -201,6 +210,10 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
     row.boundScaleSlot = scaleRow < 0 ? n : scaleRow < n ? scaleRow : n + 1;
     row.angularSrc = eq.dofSrc[k] == 3 ? 1 : 0;
     row.angularDst = eq.dofDst[k] == 3 ? 1 : 0;
+    row.twoRotatingBodies = row.laneSrc != -1 && row.laneDst != -1 && row.laneSrc != row.laneDst &&
+                                    row.angularSrc != 0 && row.angularDst != 0
+                                ? 1
+                                : 0;
   }
 }
 
@@ -236,19 +249,43 @@ inline void applyForce(BodyLane& lane, const float* j, float lambda, bool angula
   if (angular) lane.force[2] += j[2] * lambda;
 }
 
-// One projected sweep over the rows in `order`. Returns whether it passed the
-// convergence test: with the relative test a row blocks when abs(change * tol)
-// < change, with the absolute one when tol < change; a NaN never blocks. With
-// the relative test and a tolerance below 1 only all-zero changes pass; kept as
-// is, the sweeps then run to the limit.
+// The same two steps for a row whose two bodies differ, on a copy of the
+// lane's force row held in registers: the lane is then stored once per row
+// instead of twice. Stores, not arithmetic, bound how many rows the processor
+// keeps in flight, and the values and operations are those of the two steps
+// above.
 template <bool kFirstSweep>
-bool sweep(SweepScratch& s, const int* order, int n, float* solution, float* change,
-           float* residual, float tol, bool relative) {
+inline float takeOutAndMeasure(const BodyLane& lane, float (&f)[3], const float* j,
+                               float prevLambda, bool angular) {
+  f[0] = lane.force[0];
+  f[1] = lane.force[1];
+  f[2] = lane.force[2];
+  if (!kFirstSweep) {
+    f[0] -= j[0] * prevLambda;
+    f[1] -= j[1] * prevLambda;
+    if (angular) f[2] -= j[2] * prevLambda;
+  }
+  float e = -((f[0] * lane.invMass + lane.velOverH[0]) * j[0] +
+              (f[1] * lane.invMass + lane.velOverH[1]) * j[1]);
+  if (angular) e -= (lane.velOverH[2] + lane.invInertia * f[2]) * j[2];
+  return e;
+}
+
+inline void putBack(BodyLane& lane, const float (&f)[3], const float* j, float lambda,
+                    bool angular) {
+  lane.force[0] = f[0] + j[0] * lambda;
+  lane.force[1] = f[1] + j[1] * lambda;
+  if (angular) lane.force[2] = f[2] + j[2] * lambda;
+}
+
+// One projected sweep over the rows in `order`. The lambdas of the previous
+// sweep are read from prevSolution, the new ones written to solution.
+template <bool kFirstSweep>
+void sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, float* solution,
+           float* change, float* residual) {
   BodyLane* lanes = s.lanes.data();
   const PackedRow* rows = s.rows.data();
-  const float* prevSolution = s.prev.data();
   constexpr int kPrefetchAhead = 12;
-  bool blocked = false;
   for (int i = 0; i < n; ++i) {
     if (i + kPrefetchAhead < n) __builtin_prefetch(&rows[order[i + kPrefetchAhead]]);
     const int k = order[i];
@@ -256,28 +293,69 @@ bool sweep(SweepScratch& s, const int* order, int n, float* solution, float* cha
     const float prev = prevSolution[k];
     const bool angularSrc = row.angularSrc != 0;
     const bool angularDst = row.angularDst != 0;
-    float eSrc = 0.0f;
-    float eDst = 0.0f;
-    if (row.laneSrc != -1) {
-      eSrc = removeAndMeasure<kFirstSweep>(lanes[row.laneSrc], row.jSrc, prev, angularSrc);
+    const int laneSrc = row.laneSrc;
+    const int laneDst = row.laneDst;
+    // Projects the row's residual onto its bounds and records the result.
+    const auto project = [&](float eSrc, float eDst) {
+      const float res = row.rhsOverH + (eSrc + eDst);
+      residual[k] = res;
+      const float scale = prevSolution[row.boundScaleSlot];
+      const float lo = row.lowerBound * scale;
+      const float hi = row.upperBound * scale;
+      const float lambda = clampToBounds(res * row.invEffMass, lo, hi);
+      solution[k] = lambda;
+      const float c = std::fabs(lambda - prev);
+      change[k] = c;
+      return lambda;
+    };
+    if (row.twoRotatingBodies != 0) {
+      float fSrc[3];
+      float fDst[3];
+      const float eSrc = takeOutAndMeasure<kFirstSweep>(lanes[laneSrc], fSrc, row.jSrc, prev, true);
+      const float eDst = takeOutAndMeasure<kFirstSweep>(lanes[laneDst], fDst, row.jDst, prev, true);
+      const float lambda = project(eSrc, eDst);
+      putBack(lanes[laneSrc], fSrc, row.jSrc, lambda, true);
+      putBack(lanes[laneDst], fDst, row.jDst, lambda, true);
+    } else if (laneSrc != laneDst || laneSrc == -1) {
+      float fSrc[3] = {0.0f, 0.0f, 0.0f};
+      float fDst[3] = {0.0f, 0.0f, 0.0f};
+      float eSrc = 0.0f;
+      float eDst = 0.0f;
+      if (laneSrc != -1) {
+        eSrc = takeOutAndMeasure<kFirstSweep>(lanes[laneSrc], fSrc, row.jSrc, prev, angularSrc);
+      }
+      if (laneDst != -1) {
+        eDst = takeOutAndMeasure<kFirstSweep>(lanes[laneDst], fDst, row.jDst, prev, angularDst);
+      }
+      const float lambda = project(eSrc, eDst);
+      if (laneSrc != -1) putBack(lanes[laneSrc], fSrc, row.jSrc, lambda, angularSrc);
+      if (laneDst != -1) putBack(lanes[laneDst], fDst, row.jDst, lambda, angularDst);
+    } else {
+      // Both ends on one body: the second step sees the first one's update.
+      BodyLane& lane = lanes[laneSrc];
+      const float eSrc = removeAndMeasure<kFirstSweep>(lane, row.jSrc, prev, angularSrc);
+      const float eDst = removeAndMeasure<kFirstSweep>(lane, row.jDst, prev, angularDst);
+      const float lambda = project(eSrc, eDst);
+      applyForce(lane, row.jSrc, lambda, angularSrc);
+      applyForce(lane, row.jDst, lambda, angularDst);
     }
-    if (row.laneDst != -1) {
-      eDst = removeAndMeasure<kFirstSweep>(lanes[row.laneDst], row.jDst, prev, angularDst);
-    }
-    const float res = row.rhsOverH + (eSrc + eDst);
-    residual[k] = res;
-    const float scale = prevSolution[row.boundScaleSlot];
-    const float lo = row.lowerBound * scale;
-    const float hi = row.upperBound * scale;
-    const float lambda = clampToBounds(res * row.invEffMass, lo, hi);
-    solution[k] = lambda;
-    const float c = std::fabs(lambda - prev);
-    change[k] = c;
-    blocked |= relative ? std::fabs(c * tol) < c : tol < c;
-    if (row.laneSrc != -1) applyForce(lanes[row.laneSrc], row.jSrc, lambda, angularSrc);
-    if (row.laneDst != -1) applyForce(lanes[row.laneDst], row.jDst, lambda, angularDst);
   }
-  return !blocked;
+}
+
+// The convergence test of a sweep, on the changes it wrote: with the relative
+// test a row blocks when abs(change * tol) < change, with the absolute one when
+// tol < change; a NaN never blocks. With the relative test and a tolerance
+// below 1 only all-zero changes pass; kept as is, the sweeps then run to the
+// limit. A pass of its own, which vectorises, rather than a test per row in the
+// sweep, whose instruction count bounds its speed.
+template <bool kRelative>
+bool converged(const float* change, int n, float tol) {
+  unsigned blocked = 0;
+  for (int k = 0; k < n; ++k) {
+    const float c = change[k];
+    blocked |= (kRelative ? std::fabs(c * tol) < c : tol < c) ? 1u : 0u;
+  }
+  return blocked == 0;
 }
 
 // Writes what the sweeps kept in the scratch back into the streams: the force
@@ -317,21 +395,27 @@ void runSweeps(xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
   packSubstep(s, eq, bodies, bodyCount, h);
   const int n = eq.rowCount;
   const std::size_t rowBytes = sizeof(float) * static_cast<std::size_t>(n);
-  float* solution = data(eq.solution);
   float* change = data(eq.change);
   float* residual = data(eq.residual);
   int* order = eq.sweepOrder.dataPtr();
+  float* prev = s.prev.data();
+  float* next = s.next.data();
   for (int iteration = 0; iteration < maxIterations; ++iteration) {
     s.sorter.sortDescending(change, n, order);
-    const bool done =
-        iteration == 0
-            ? sweep<true>(s, order, n, solution, change, residual, tol, relative)
-            : sweep<false>(s, order, n, solution, change, residual, tol, relative);
-    if (n > 0) std::memcpy(s.prev.data(), solution, rowBytes);
+    if (iteration == 0) {
+      sweep<true>(s, order, n, prev, next, change, residual);
+    } else {
+      sweep<false>(s, order, n, prev, next, change, residual);
+    }
+    const bool done = relative ? converged<true>(change, n, tol) : converged<false>(change, n, tol);
+    std::swap(prev, next);
     if (done) break;
   }
-  // The stream's previous lambdas: those of the last sweep, as the scratch holds them.
-  if (n > 0) std::memcpy(data(eq.prevSolution), s.prev.data(), rowBytes);
+  // The lambdas of the last sweep, as the stream's solution and previous lambdas.
+  if (n > 0) {
+    std::memcpy(data(eq.solution), prev, rowBytes);
+    std::memcpy(data(eq.prevSolution), prev, rowBytes);
+  }
   unpackSubstep(s, eq, bodies, bodyCount);
 }
 
