@@ -1,12 +1,6 @@
 # cmake -P script: configure a host that adds the engine as a subdirectory,
 # build it and run it.
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
-  endif()
-  set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/RunCommand.cmake)
 
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} -S ${HOST_SOURCE} -B ${WORK_DIR} -DKORVAN_SOURCE_DIR=${SOURCE_DIR}
