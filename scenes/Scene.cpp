@@ -163,7 +163,7 @@ xPrimitiveShape* Scene::addStatic(xPrimitive* envelope, const ShapeGeometry& geo
   xPrimitiveShapeDesc shapeDesc;
   shapeDesc.setCategory(category);
   shapeDesc.setEnvelope(envelope);
-  shapeDesc.setMaterial(xMaterialDispatcher::Instance()->obtainMaterialByName("wood_hard"));
+  shapeDesc.setMaterial(xMaterialDispatcher::Instance()->obtainMaterialByName(staticMaterial_));
   xPrimitiveShape* shape = static_cast<xPrimitiveShape*>(g_ptrSDK->createShape(shapeDesc));
   shape->setRelPlacement(place(x, y, angle));
   shape->setOwner(entity_);

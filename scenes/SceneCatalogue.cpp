@@ -6,6 +6,8 @@ namespace KorvanScenes {
 
 namespace {
 
+constexpr float kDt = 1.0f / 60.0f;
+
 using Factory = std::unique_ptr<Scene> (*)(const SceneInfo&, const SceneOptions&);
 
 struct Entry {
@@ -20,8 +22,8 @@ const std::vector<Entry>& entries() {
        makeShowcaseScene},
       {{"pyramid", "a stepped pyramid of 36 boxes standing on the ground", 400, 0.01f, 300},
        makePyramidScene},
-      {{"rain", "a rain of 60 circles into a container", 700, 0.01f, 450}, makeRainScene},
-      {{"chain", "a chain of 10 ball sockets hanging from the world", 500, 0.01f, 100},
+      {{"rain60", "a rain of 60 circles into a container", 700, 0.01f, 450}, makeRainScene},
+      {{"chain10", "a chain of 10 ball sockets hanging from the world", 500, 0.01f, 100},
        makeChainScene},
       {{"springs", "boxes hanging from the world on springs of different stiffness", 500, 0.01f,
         400},
@@ -36,6 +38,21 @@ const std::vector<Entry>& entries() {
         "a notifier region counting the bodies that pass through it; a ghost ignores everything",
         400, 0.01f, 300},
        makeCategoriesScene},
+      // Large scenes in metres (10 units each), steps of 1/60 s, judged after 600 steps.
+      {{"islands", "200 separate stacks of 4 boxes on one long ground segment", 600, kDt, 600},
+       makeIslandsScene},
+      {{"rain", "1000 circles dropped into a bin 41 m wide", 600, kDt, 600}, makeBinRainScene},
+      {{"pyramid20", "a brick-bond pyramid of 20 rows (210 boxes)", 600, kDt, 600, false},
+       [](const SceneInfo& info, const SceneOptions& options) {
+         return makeBrickPyramidScene(info, options, 20);
+       }},
+      {{"pyramid60", "a brick-bond pyramid of 60 rows (1830 boxes)", 600, kDt, 600, false},
+       [](const SceneInfo& info, const SceneOptions& options) {
+         return makeBrickPyramidScene(info, options, 60);
+       }},
+      {{"chain", "a chain of 100 links hanging from the world, let go horizontal", 600, kDt, 600,
+        false},
+       makeLongChainScene},
   };
   return table;
 }
