@@ -13,7 +13,7 @@ namespace KorvanScenes {
 class MetreScene : public Scene {
  public:
   static constexpr float kUnitsPerMetre = 10.0f;
-  static constexpr float kGravity = 9.81f * kUnitsPerMetre;
+  static constexpr float kGravity = 98.1f;  // 9.81 m/s²
   static constexpr const char* kMaterial = "rough_plate";
 
   // Metres to world units.

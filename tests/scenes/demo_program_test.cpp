@@ -25,7 +25,7 @@ Parsed parse(std::vector<std::string> args) {
   for (const std::string& a : args) argv.push_back(a.c_str());
   Parsed p;
   p.ok = KorvanDemo::parseArguments(static_cast<int>(argv.size()), argv.data(),
-                                    {"showcase", "chain", "rain"}, p.options, p.error);
+                                    {"showcase", "chain10", "rain60"}, p.options, p.error);
   return p;
 }
 
@@ -34,10 +34,10 @@ TEST(DemoOptions, ReadsEveryOptionInBothSpellingsAndInAnyOrder) {
   const std::pair<std::vector<std::string>, Fields> cases[] = {
       // No arguments: the showcase with the scene's own steps and dt.
       {{}, {"showcase", -1, -1.0f, false, false, ".", false, false}},
-      {{"--steps", "250", "chain", "--dt", "0.005", "--substeps", "--sleep", "--out", "x y"},
-       {"chain", 250, 0.005f, true, true, "x y", false, false}},
-      {{"rain", "--steps=12", "--dt=0.02", "--out=out"},
-       {"rain", 12, 0.02f, false, false, "out", false, false}},
+      {{"--steps", "250", "chain10", "--dt", "0.005", "--substeps", "--sleep", "--out", "x y"},
+       {"chain10", 250, 0.005f, true, true, "x y", false, false}},
+      {{"rain60", "--steps=12", "--dt=0.02", "--out=out"},
+       {"rain60", 12, 0.02f, false, false, "out", false, false}},
       {{"--list"}, {"showcase", -1, -1.0f, false, false, ".", true, false}},
       {{"-h"}, {"showcase", -1, -1.0f, false, false, ".", false, true}},
   };
@@ -58,7 +58,7 @@ TEST(DemoProgram, BadArgumentsExitWithStatusTwoAndOneLineNamingTheArgumentAndThe
       {"--steps 0", "--steps"},  {"--steps 12x", "12x"}, {"--steps 99999999999", "--steps"},
       {"--dt -0.01", "--dt"},    {"--dt nan", "nan"},    {"--dt inf", "inf"},
       {"--dt 2", "--dt"},        {"--out=", "--out"},    {"--sleep=yes", "--sleep"},
-      {"chain rain", "rain"},    {"-x", "-x"},           {"nonesuch", "'nonesuch' (scenes: show"}};
+      {"chain10 rain60", "rain60"},    {"-x", "-x"},           {"nonesuch", "'nonesuch' (scenes: show"}};
   // clang-format on
   for (const auto& [args, named] : cases) {
     const DemoProcess p = runDemo(args, dir);
@@ -72,7 +72,7 @@ TEST(DemoProgram, BadArgumentsExitWithStatusTwoAndOneLineNamingTheArgumentAndThe
 
   // An output folder that cannot be made is an error of its own.
   { std::ofstream(dir + "/file") << "x"; }
-  const DemoProcess p = runDemo("chain --steps 2 --out file/sub", dir);
+  const DemoProcess p = runDemo("chain10 --steps 2 --out file/sub", dir);
   EXPECT_EQ(p.status, 1);
   EXPECT_NE(p.err.find("file/sub"), std::string::npos) << p.err;
 }
@@ -87,15 +87,15 @@ TEST(DemoProgram, ListNamesEveryScene) {
 
 TEST(DemoProgram, RunWritesAParsableTrajectoryAReplayPageAndASummary) {
   const std::string dir = freshFolder("run");
-  const DemoProcess p = runDemo("chain --steps 120 --out results", dir);
+  const DemoProcess p = runDemo("chain10 --steps 120 --out results", dir);
   ASSERT_EQ(p.status, 0) << p.err;
   EXPECT_TRUE(p.err.empty()) << "stderr is not a terminal: no progress bar\n" << p.err;
-  for (const char* field : {"korvan-demo: chain", "steps       120 x 0.01 s", "ms per step",
-                            "results/chain.html", "results/chain_trajectory.csv (1210 rows)"}) {
+  for (const char* field : {"korvan-demo: chain10", "steps       120 x 0.01 s", "ms per step",
+                            "results/chain10.html", "results/chain10_trajectory.csv (1210 rows)"}) {
     EXPECT_NE(p.out.find(field), std::string::npos) << field << "\n" << p.out;
   }
 
-  std::stringstream csv(readFile(dir + "/results/chain_trajectory.csv"));
+  std::stringstream csv(readFile(dir + "/results/chain10_trajectory.csv"));
   std::string line;
   std::getline(csv, line);
   EXPECT_EQ(line, "step,time,body,x,y,angle,vx,vy,w,awake");
@@ -117,8 +117,8 @@ TEST(DemoProgram, RunWritesAParsableTrajectoryAReplayPageAndASummary) {
   }
   EXPECT_EQ(rows, 1210);  // the start and 120 steps
 
-  const std::string html = readFile(dir + "/results/chain.html");
-  EXPECT_NE(html.find("\"scene\":\"chain\""), std::string::npos);
+  const std::string html = readFile(dir + "/results/chain10.html");
+  EXPECT_NE(html.find("\"scene\":\"chain10\""), std::string::npos);
   EXPECT_NE(html.find("\"steps\":120"), std::string::npos);
 }
 
