@@ -4,6 +4,7 @@
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Entity.h>
+#include <KorvanPhysics2D/core/ParagonStore.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 #include <KorvanPhysics2D/shapes/CollisionCategory.h>
@@ -26,7 +27,7 @@ KVN_API void kvnDestroyKorvanSDK() {
   g_ptrSDK = nullptr;
 }
 
-KorvanPhysicsSDK::KorvanPhysicsSDK() {
+KorvanPhysicsSDK::KorvanPhysicsSDK() : ptrParagonStore(new xParagonStore()) {
   init();
   xCategoryDispatcher::Instance();
   xMaterialDispatcher::Instance();
@@ -45,6 +46,9 @@ KorvanPhysicsSDK::~KorvanPhysicsSDK() {
   ptrPhysicsContext = nullptr;
   delete ptrCollisionContext;
   ptrCollisionContext = nullptr;
+  // Bodies may outlive the engine: the store goes when its last object does.
+  ptrParagonStore->abandon();
+  ptrParagonStore = nullptr;
   // aEntities releases its storage in its own destructor.
 }
 

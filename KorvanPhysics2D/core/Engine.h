@@ -20,6 +20,7 @@ class xShape;
 class xShapeDesc;
 class xConstraintSet;
 class xJointDesc;
+class xParagonStore;
 
 // The one object through which a host drives the engine. Created by
 // kvnCreateKorvanSDK and published in g_ptrSDK; everything else in the library
@@ -44,8 +45,9 @@ class KVN_API KorvanPhysicsSDK {
   // Makes the category, material and configuration singletons exist, then
   // creates the physics context and after it the collision context.
   KorvanPhysicsSDK();
-  KorvanPhysicsSDK(const KorvanPhysicsSDK&) = default;
-  KorvanPhysicsSDK& operator=(const KorvanPhysicsSDK&) = default;
+  // Not copyable: the engine owns its contexts and working state.
+  KorvanPhysicsSDK(const KorvanPhysicsSDK&) = delete;
+  KorvanPhysicsSDK& operator=(const KorvanPhysicsSDK&) = delete;
   // Deletes the remaining entities first, then the physics and the collision
   // context.
   ~KorvanPhysicsSDK();
@@ -79,6 +81,13 @@ class KVN_API KorvanPhysicsSDK {
   float timeStep() const { return fTimeStep; }
   float lastTimeStep() const { return fLastTimeStep; }
   std::uint32_t currentTick() const { return ulCurrentTick; }
+
+  // Where the bodies and shapes created while this engine is g_ptrSDK live
+  // (library-internal; see xParagon::operator new).
+  xParagonStore* paragonStore() const { return ptrParagonStore; }
+
+ private:
+  xParagonStore* ptrParagonStore;
 };
 
 // The engine object; null before kvnCreateKorvanSDK and after kvnDestroyKorvanSDK.

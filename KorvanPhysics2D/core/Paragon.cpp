@@ -1,8 +1,46 @@
+#include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Paragon.h>
+#include <KorvanPhysics2D/core/ParagonStore.h>
+
+#include <cstring>
 
 namespace KorvanPHX2D {
 
 namespace {
+
+// In front of every object: the store it came from (null: the heap) and the
+// size asked for. 16 bytes, so the object stays 16-aligned.
+struct alignas(16) PlacementHeader {
+  xParagonStore* ptrStore;
+  std::size_t nBytes;
+};
+static_assert(sizeof(PlacementHeader) == 16, "the header keeps objects 16-aligned");
+
+void* placeObject(std::size_t bytes, bool nothrow) {
+  const std::size_t total = bytes + sizeof(PlacementHeader);
+  xParagonStore* store = g_ptrSDK != nullptr ? g_ptrSDK->paragonStore() : nullptr;
+  void* raw = store != nullptr ? store->allocate(total) : nullptr;
+  if (raw == nullptr) {
+    store = nullptr;
+    raw = nothrow ? ::operator new(total, std::nothrow) : ::operator new(total);
+    if (raw == nullptr) return nullptr;
+  }
+  PlacementHeader header{store, total};
+  std::memcpy(raw, &header, sizeof header);
+  return static_cast<char*>(raw) + sizeof(PlacementHeader);
+}
+
+void releaseObject(void* p) {
+  if (p == nullptr) return;
+  void* raw = static_cast<char*>(p) - sizeof(PlacementHeader);
+  PlacementHeader header;
+  std::memcpy(&header, raw, sizeof header);
+  if (header.ptrStore != nullptr) {
+    header.ptrStore->release(raw, header.nBytes);
+  } else {
+    ::operator delete(raw);
+  }
+}
 
 // p o r: the placement r given in the frame of p, expressed in p's parent frame.
 Vec3 composePlacement(const Vec3& p, const Vec3& r) {
@@ -17,6 +55,24 @@ Vec3 relativePlacement(const Vec3& p, const Vec3& abs) {
 }
 
 }  // namespace
+
+void* xParagon::operator new(std::size_t bytes) { return placeObject(bytes, false); }
+
+void* xParagon::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  return placeObject(bytes, true);
+}
+
+void* xParagon::operator new(std::size_t bytes, std::align_val_t align) {
+  return ::operator new(bytes, align);
+}
+
+void xParagon::operator delete(void* p) noexcept { releaseObject(p); }
+
+void xParagon::operator delete(void* p, const std::nothrow_t&) noexcept { releaseObject(p); }
+
+void xParagon::operator delete(void* p, std::align_val_t align) noexcept {
+  ::operator delete(p, align);
+}
 
 xParagon::xParagon()
     : ptrAscendant(nullptr),

@@ -6,7 +6,9 @@
 #include <KorvanPhysics2D/Export.h>
 #include <KorvanPhysics2D/math/MathTypes.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 namespace KorvanPHX2D {
 
@@ -49,6 +51,21 @@ class KVN_API xParagon {
   // Leaves the parent (keeping the absolute placement) and releases the children
   // as roots at their absolute placements.
   virtual ~xParagon();
+
+  // Bodies, shapes and every other hierarchy object are placed in the storage
+  // of the engine that exists when they are created (the heap when there is
+  // none), so that their address order, which decides the order of contact
+  // pairs, repeats from engine to engine. They may be deleted at any time,
+  // also after their engine is gone. Arrays of them (new[]) and over-aligned
+  // classes come from the heap.
+  static void* operator new(std::size_t bytes);
+  static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t bytes, std::align_val_t align);
+  static void* operator new(std::size_t, void* where) noexcept { return where; }
+  static void operator delete(void* p) noexcept;
+  static void operator delete(void* p, const std::nothrow_t&) noexcept;
+  static void operator delete(void* p, std::align_val_t align) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   // Sets the initialised flag; concrete classes also register with their world.
   virtual void initialize();

@@ -4,5 +4,6 @@ set(KVN_SUBSYSTEM_SOURCES
   Configurator.cpp
   Entity.cpp
   Paragon.cpp
+  ParagonStore.cpp
   Engine.cpp
 )
