@@ -19,13 +19,11 @@ using detail::reportContact;
 
 namespace {
 
-// Process-wide clip buffers: two used alternately by the box-box clipping, one
-// by the box-segment collider. Ten vertices bound every polygon that occurs
-// (eight for box-box, five for box-segment), so no collision allocates.
-constexpr int kClipBufferSize = 10;
-Vec2 g_avBoxBoxClipA[kClipBufferSize];
-Vec2 g_avBoxBoxClipB[kClipBufferSize];
-Vec2 g_avBoxSegClip[kClipBufferSize];
+// The clip buffers live in the engine's collision context; their fixed size
+// bounds every polygon that occurs, so no collision allocates.
+constexpr int kClipBufferSize = xCollisionScratch::kClipVertices;
+
+xCollisionScratch& colliderScratch() { return g_ptrSDK->collisionContext()->colliderScratch(); }
 
 inline Vec2 boxHalfSize(xShape* s) {
   const xPrimitiveBox* box = static_cast<const xPrimitiveBox*>(primitiveShape(s)->ptrEnvelope);
@@ -67,19 +65,22 @@ void kvnCollideBoxLineSeg(xShape* first, xShape* second) {
 
   // Keep the part of the box beyond the line through q perpendicular to n.
   int count = 0;
-  kvnClipPolygonByPlane(quad, 4, Plane3(n.x, n.y, -dist), g_avBoxSegClip, count);
+  Vec2* clipped = colliderScratch().avBoxSegClip;
+  kvnClipPolygonByPlane(quad, 4, Plane3(n.x, n.y, -dist), clipped, count);
 
   markBoth(first, second);
   for (int i = 0; i < count; ++i) {
-    const Vec2& v = g_avBoxSegClip[i];
+    const Vec2& v = clipped[i];
     reportContact(first, second, cA + v, n % v - dist, n);
   }
 }
 
 void detail::kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA, const Vec2* uA,
-                           const Vec2& hA, const Vec2& cB, const Vec2* uB, const Vec2& hB) {
-  const int bestAxis = kvnSATGetBestAxis();
-  const Vec2 s = kvnSATGetSeparatingAxisVec();
+                                   const Vec2& hA, const Vec2& cB, const Vec2* uB, const Vec2& hB) {
+  xCollisionScratch& scratch = colliderScratch();
+  xSATRecord& sat = scratch.satRecord;
+  const int bestAxis = sat.iBestAxis;
+  const Vec2 s = sat.vSeparatingAxis;
 
   // The box whose face was the best axis is the reference; n is that face's
   // normal pointing at the incident box.
@@ -87,7 +88,7 @@ void detail::kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA
   const int k = refIsA ? bestAxis : bestAxis - 2;
   const int j = 1 - k;
   const Vec2 n = refIsA ? s : -s;
-  kvnSATSetNormal2(n);
+  sat.vNormal = n;
 
   const Vec2& cR = refIsA ? cA : cB;
   const Vec2* uR = refIsA ? uA : uB;
@@ -101,26 +102,23 @@ void detail::kvnBoxBoxClipContacts(xShape* first, xShape* second, const Vec2& cA
   const Vec2 rel = cI - cR;
   const Vec2 ex = uI[0] * hI.x;
   const Vec2 ey = uI[1] * hI.y;
-  g_avBoxBoxClipA[0] = rel - ex - ey;
-  g_avBoxBoxClipA[1] = rel + ex - ey;
-  g_avBoxBoxClipA[2] = rel + ex + ey;
-  g_avBoxBoxClipA[3] = rel - ex + ey;
+  Vec2* clipA = scratch.avBoxBoxClipA;
+  Vec2* clipB = scratch.avBoxBoxClipB;
+  clipA[0] = rel - ex - ey;
+  clipA[1] = rel + ex - ey;
+  clipA[2] = rel + ex + ey;
+  clipA[3] = rel - ex + ey;
 
   // Below the reference face, then inside the reference box's four side planes.
   int countA = 4;
   int countB = 0;
-  kvnClipPolygonByPlane(g_avBoxBoxClipA, countA, Plane3(-n.x, -n.y, hR[k]), g_avBoxBoxClipB,
-                        countB);
-  kvnClipPolygonByPlane(g_avBoxBoxClipB, countB, Plane3(uR[k].x, uR[k].y, hR[k]), g_avBoxBoxClipA,
-                        countA);
-  kvnClipPolygonByPlane(g_avBoxBoxClipA, countA, Plane3(-uR[k].x, -uR[k].y, hR[k]), g_avBoxBoxClipB,
-                        countB);
-  kvnClipPolygonByPlane(g_avBoxBoxClipB, countB, Plane3(uR[j].x, uR[j].y, hR[j]), g_avBoxBoxClipA,
-                        countA);
-  kvnClipPolygonByPlane(g_avBoxBoxClipA, countA, Plane3(-uR[j].x, -uR[j].y, hR[j]), g_avBoxBoxClipB,
-                        countB);
+  kvnClipPolygonByPlane(clipA, countA, Plane3(-n.x, -n.y, hR[k]), clipB, countB);
+  kvnClipPolygonByPlane(clipB, countB, Plane3(uR[k].x, uR[k].y, hR[k]), clipA, countA);
+  kvnClipPolygonByPlane(clipA, countA, Plane3(-uR[k].x, -uR[k].y, hR[k]), clipB, countB);
+  kvnClipPolygonByPlane(clipB, countB, Plane3(uR[j].x, uR[j].y, hR[j]), clipA, countA);
+  kvnClipPolygonByPlane(clipA, countA, Plane3(-uR[j].x, -uR[j].y, hR[j]), clipB, countB);
 
-  const Vec2* poly = g_avBoxBoxClipB;
+  const Vec2* poly = clipB;
   const int count = countB;
   if (count == 0) return;
 
@@ -168,19 +166,20 @@ void kvnCollideBoxBox(xShape* first, xShape* second) {
   const float a11 = std::fabs(c11);
 
   // All four axes are always tested, even after one has separated.
-  kvnSATReset();
+  xSATRecord& sat = colliderScratch().satRecord;
+  sat.reset();
   bool separated = false;
-  separated |= kvnSAT_TestBoxFaceFace(hA.x + a00 * hB.x + a01 * hB.y, d % uA[0], uA[0], 0);
-  separated |= kvnSAT_TestBoxFaceFace(hA.y + a10 * hB.x + a11 * hB.y, d % uA[1], uA[1], 1);
-  separated |= kvnSAT_TestBoxFaceFace(hB.x + a00 * hA.x + a10 * hA.y, d % uB[0], uB[0], 2);
-  separated |= kvnSAT_TestBoxFaceFace(hB.y + a01 * hA.x + a11 * hA.y, d % uB[1], uB[1], 3);
+  separated |= sat.testBoxFaceFace(hA.x + a00 * hB.x + a01 * hB.y, d % uA[0], uA[0], 0);
+  separated |= sat.testBoxFaceFace(hA.y + a10 * hB.x + a11 * hB.y, d % uA[1], uA[1], 1);
+  separated |= sat.testBoxFaceFace(hB.x + a00 * hA.x + a10 * hA.y, d % uB[0], uB[0], 2);
+  separated |= sat.testBoxFaceFace(hB.y + a01 * hA.x + a11 * hA.y, d % uB[1], uB[1], 3);
   if (separated) return;
-  const int bestAxis = kvnSATGetBestAxis();
+  const int bestAxis = sat.iBestAxis;
   if (bestAxis == -1) return;
 
   markBoth(first, second);
-  const Vec2 s = kvnSATGetSeparatingAxisVec();
-  const float depth = kvnSATGetBestDepth();
+  const Vec2 s = sat.vSeparatingAxis;
+  const float depth = sat.fBestDepth;
 
   if (0.35f < a11 && a11 < 0.75f) {
     // Boxes turned well away from alignment: one contact from a corner.

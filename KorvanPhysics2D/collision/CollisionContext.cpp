@@ -15,22 +15,6 @@
 
 namespace KorvanPHX2D {
 
-namespace {
-
-// Candidate and partner lists of the pass, kept for the life of the process so
-// their storage is reused from step to step.
-xArray<xShape*>& candidateList() {
-  static xArray<xShape*> aCandidates;
-  return aCandidates;
-}
-
-xArray<xShape*>& partnerList() {
-  static xArray<xShape*> aPartners;
-  return aPartners;
-}
-
-}  // namespace
-
 void dispatchPair(xShape* first, xShape* second) {
   const int k1 = first->getColliderID();
   const int k2 = second->getColliderID();
@@ -88,8 +72,8 @@ void xCollisionContext::generateContacts() {
   xCategoryDispatcher* categories = xCategoryDispatcher::Instance();
 
   if (bUseSpace) {
-    xArray<xShape*>& candidates = candidateList();
-    xArray<xShape*>& partners = partnerList();
+    xArray<xShape*>& candidates = scratch.aCandidates;
+    xArray<xShape*>& partners = scratch.aPartners;
     // The size is re-read every round: shapes woken by contacts of this pass
     // are visited in the same pass.
     for (int i = 0; i < aActiveShapes.size(); ++i) {

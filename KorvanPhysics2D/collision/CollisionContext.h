@@ -4,6 +4,7 @@
 // broad-phase classification space and the per-step contact generation.
 
 #include <KorvanPhysics2D/Export.h>
+#include <KorvanPhysics2D/collision/SeparatingAxis.h>
 #include <KorvanPhysics2D/math/Array.h>
 #include <KorvanPhysics2D/math/MathTypes.h>
 
@@ -12,6 +13,19 @@ namespace KorvanPHX2D {
 class xClassificationSpace;
 class xMaterial;
 class xShape;
+
+// Working state of contact generation, kept with the collision context so that
+// every engine starts afresh and its storage is reused from step to step.
+struct xCollisionScratch {
+  static constexpr int kClipVertices =
+      10;                             // bounds every clipped polygon (8 box-box, 5 box-segment)
+  xArray<xShape*> aCandidates;        // the quadtree's answer for the current shape
+  xArray<xShape*> aPartners;          // the candidates that pass the pair rules
+  xSATRecord satRecord;               // the separating-axis record (box-box)
+  Vec2 avBoxBoxClipA[kClipVertices];  // box-box clipping, used alternately
+  Vec2 avBoxBoxClipB[kClipVertices];
+  Vec2 avBoxSegClip[kClipVertices];  // box-segment clipping
+};
 
 // Owned by the engine object and reached through g_ptrSDK->collisionContext().
 class KVN_API xCollisionContext {
@@ -25,8 +39,9 @@ class KVN_API xCollisionContext {
   xCollisionContext();
   // Deletes the space; the shapes are left untouched (flags and cell ranges stay).
   ~xCollisionContext();
-  xCollisionContext(const xCollisionContext&) = default;
-  xCollisionContext& operator=(const xCollisionContext&) = default;
+  // Not copyable: the context owns its quadtree.
+  xCollisionContext(const xCollisionContext&) = delete;
+  xCollisionContext& operator=(const xCollisionContext&) = delete;
 
   // Adds the shape to the list and the quadtree once (added-to-space flag).
   void addShape(xShape* s);
@@ -53,6 +68,13 @@ class KVN_API xCollisionContext {
   int shapesCount() { return aShapes.size(); }
   int activeShapesCount() { return aActiveShapes.size(); }
   xClassificationSpace* collisionSpace() const { return ptrSpace; }
+
+  // This engine's separating-axis record and the colliders' clip buffers.
+  xSATRecord& satRecord() { return scratch.satRecord; }
+  xCollisionScratch& colliderScratch() { return scratch; }
+
+ private:
+  xCollisionScratch scratch;
 };
 
 // Hands a pair to the collider for their two kinds, the shape of the lower

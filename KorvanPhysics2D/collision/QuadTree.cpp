@@ -70,8 +70,6 @@ void xClassificationSpace::getDirectionForChildCells(int child, int& dx, int& dy
 
 // --- xQuadTree --------------------------------------------------------------
 
-xArray<xShape*>* xQuadTree::s_ptrQueryResult = nullptr;
-
 xQuadTree::xQuadTree() {
   initializeCS(14, 16384.0f);
   bxBounds = Box2(-fSize * 0.5f, -fSize * 0.5f, fSize * 0.5f, fSize * 0.5f);
@@ -272,7 +270,7 @@ void xQuadTree::getShapesFromQDT(int cell, const Box2& cellBox, const Box2& q, b
         continue;
       }
     }
-    s_ptrQueryResult->append(s);
+    ptrQueryResult->append(s);
     s->bCollected = true;
   }
 
@@ -299,14 +297,14 @@ void xQuadTree::getShapesFromQDT(int cell, const Box2& cellBox, const Box2& q, b
 }
 
 void xQuadTree::getClosest(xArray<xShape*>& result, xShape* shape, bool testBoxes) {
-  KVN_CHECK(s_ptrQueryResult == nullptr, "xQuadTree::getClosest", "a query is already running");
-  s_ptrQueryResult = &result;
+  KVN_CHECK(ptrQueryResult == nullptr, "xQuadTree::getClosest", "a query is already running");
+  ptrQueryResult = &result;
   const Box2 q = scaledBox(shape->getAbsBoundingBox());
   getShapesFromQDT(0, bxBounds, q, testBoxes);
   for (int i = 0; i < result.size(); ++i) {
     if (result[i] != nullptr) result[i]->bCollected = false;
   }
-  s_ptrQueryResult = nullptr;
+  ptrQueryResult = nullptr;
 }
 
 xShape* xQuadTree::getTouchingShape(xShape* shape) {

@@ -100,8 +100,8 @@ class KVN_API xQuadTree : public xClassificationSpace {
   void getShapesFromQDT(int cell, const Box2& cellBox, const Box2& q, bool testBoxes);
 
   // The list the running query fills; null outside a query. One query at a
-  // time across all trees.
-  static xArray<xShape*>* s_ptrQueryResult;
+  // time per tree.
+  xArray<xShape*>* ptrQueryResult = nullptr;
 };
 
 }  // namespace KorvanPHX2D

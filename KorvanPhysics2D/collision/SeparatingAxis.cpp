@@ -1,4 +1,6 @@
+#include <KorvanPhysics2D/collision/CollisionContext.h>
 #include <KorvanPhysics2D/collision/SeparatingAxis.h>
+#include <KorvanPhysics2D/core/Engine.h>
 
 #include <cmath>
 
@@ -6,65 +8,54 @@ namespace KorvanPHX2D {
 
 namespace {
 
-// The record of the axis of least penetration. Depth and radii start at
-// -1.0e38 when the library is loaded and become 1.0e38 on reset; hosts that
-// read the accessors before any box-box test see the load-time values.
-struct SATState {
-  int iBestAxis = -1;
-  float fBestDepth = -1.0e38f;
-  float fBestRadiusA = -1.0e38f;
-  float fBestRadiusB = -1.0e38f;
-  Vec2 vSeparatingAxis = Vec2(0.0f, 0.0f);
-  Vec2 vNormal = Vec2(0.0f, 0.0f);
-  Vec2 vBestPoint = Vec2(0.0f, 0.0f);
-  bool bSuccess = false;
-};
-
-SATState g_satState;
+// Used while no engine exists: the load-time values until a reset.
+xSATRecord g_engineLessRecord;
 
 }  // namespace
 
-void kvnSATReset() {
-  g_satState.iBestAxis = -1;
-  g_satState.fBestDepth = 1.0e38f;
-  g_satState.fBestRadiusA = 1.0e38f;
-  g_satState.fBestRadiusB = 1.0e38f;
-  g_satState.vSeparatingAxis = Vec2(0.0f, 0.0f);
-  g_satState.vNormal = Vec2(0.0f, 0.0f);
-  g_satState.vBestPoint = Vec2(0.0f, 0.0f);
-  g_satState.bSuccess = false;
-}
+void xSATRecord::reset() { *this = xSATRecord{-1, 1.0e38f, 1.0e38f, 1.0e38f}; }
 
-bool kvnSAT_TestBoxFaceFace(float radius, float distance, const Vec2& axis, int axisId) {
+bool xSATRecord::testBoxFaceFace(float radius, float distance, const Vec2& axis, int axisId) {
   const float s = radius - std::fabs(distance);
   if (s < 0.0f) return true;
   // Only a strictly smaller overlap replaces the record, so the earliest axis
   // wins a tie; a NaN overlap neither separates nor is recorded.
-  if (s < g_satState.fBestDepth) {
-    g_satState.fBestDepth = s;
-    g_satState.iBestAxis = axisId;
-    g_satState.vSeparatingAxis = distance >= 0.0f ? axis : -axis;
-    g_satState.bSuccess = false;
+  if (s < fBestDepth) {
+    fBestDepth = s;
+    iBestAxis = axisId;
+    vSeparatingAxis = distance >= 0.0f ? axis : -axis;
+    bSuccess = false;
   }
   return false;
 }
 
-void kvnSATSetNormal2(const Vec2& n) { g_satState.vNormal = n; }
+xSATRecord& kvnSATCurrentRecord() {
+  xCollisionContext* collision = g_ptrSDK != nullptr ? g_ptrSDK->collisionContext() : nullptr;
+  return collision != nullptr ? collision->satRecord() : g_engineLessRecord;
+}
 
-Vec2 kvnSATGetNormal2() { return g_satState.vNormal; }
+void kvnSATReset() { kvnSATCurrentRecord().reset(); }
 
-Vec2 kvnSATGetBestPoint() { return g_satState.vBestPoint; }
+bool kvnSAT_TestBoxFaceFace(float radius, float distance, const Vec2& axis, int axisId) {
+  return kvnSATCurrentRecord().testBoxFaceFace(radius, distance, axis, axisId);
+}
 
-int kvnSATGetBestAxis() { return g_satState.iBestAxis; }
+void kvnSATSetNormal2(const Vec2& n) { kvnSATCurrentRecord().vNormal = n; }
 
-float kvnSATGetBestDepth() { return g_satState.fBestDepth; }
+Vec2 kvnSATGetNormal2() { return kvnSATCurrentRecord().vNormal; }
 
-float kvnSATGetBestRadiusA() { return g_satState.fBestRadiusA; }
+Vec2 kvnSATGetBestPoint() { return kvnSATCurrentRecord().vBestPoint; }
 
-float kvnSATGetBestRadiusB() { return g_satState.fBestRadiusB; }
+int kvnSATGetBestAxis() { return kvnSATCurrentRecord().iBestAxis; }
 
-bool kvnSATIsSuccess() { return g_satState.bSuccess; }
+float kvnSATGetBestDepth() { return kvnSATCurrentRecord().fBestDepth; }
 
-Vec2 kvnSATGetSeparatingAxisVec() { return g_satState.vSeparatingAxis; }
+float kvnSATGetBestRadiusA() { return kvnSATCurrentRecord().fBestRadiusA; }
+
+float kvnSATGetBestRadiusB() { return kvnSATCurrentRecord().fBestRadiusB; }
+
+bool kvnSATIsSuccess() { return kvnSATCurrentRecord().bSuccess; }
+
+Vec2 kvnSATGetSeparatingAxisVec() { return kvnSATCurrentRecord().vSeparatingAxis; }
 
 }  // namespace KorvanPHX2D
