@@ -6,6 +6,7 @@
 #include <KorvanPhysics2D/constraints/Solver.h>
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/Integrator.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
@@ -20,22 +21,6 @@ namespace KorvanPHX2D {
 namespace {
 
 constexpr float kUnbounded = 1e38f;
-
-// The library's single streams. Created on the first solve (the equation
-// stream first) and kept until the process ends: they are never freed, since
-// the storage pool their arrays return to may already be gone at exit.
-xEquationStream* s_equationStream = nullptr;
-xBodyStream* s_bodyStream = nullptr;
-
-xEquationStream& equationStream() {
-  if (s_equationStream == nullptr) s_equationStream = new xEquationStream();
-  return *s_equationStream;
-}
-
-xBodyStream& bodyStream() {
-  if (s_bodyStream == nullptr) s_bodyStream = new xBodyStream();
-  return *s_bodyStream;
-}
 
 // One body's sweep data, gathered once per sub-step: the running force row and
 // what cannot change during the sweeps (velocity / h, inverse mass, inverse
@@ -72,8 +57,8 @@ struct alignas(64) PackedRow {
   std::uint8_t twoRotatingBodies;
 };
 
-// Sweep scratch, process-wide like the streams; buffers only grow, so steady
-// group sizes allocate nothing.
+// Sweep scratch, one per worker (xWorkerContext::scratch) like the streams;
+// buffers only grow, so steady group sizes allocate nothing.
 struct SweepScratch {
   std::vector<BodyLane> lanes;
   std::vector<PackedRow> rows;
@@ -86,11 +71,6 @@ struct SweepScratch {
   std::vector<float> next;
   detail::xRowSorter sorter;
 };
-
-SweepScratch& sweepScratch() {
-  static SweepScratch* scratch = new SweepScratch();
-  return *scratch;
-}
 
 float* data(xVector& v) { return v.vc_pData; }
 float* rowPtr(xMatrix& m, int r) { return &m(r, 0); }
@@ -108,7 +88,7 @@ void fillFloats(xVector& v, int count, float value) {
 // rows before use. Without constraint sets no equation row is read at all.
 void resetForSubstep(xEquationStream& eq, xBodyStream& bodies, int rows, int bodyRows) {
   if (rows > 0) {
-    xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual, &eq.invEffMass,
+    xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual,   &eq.invEffMass,
                          &eq.change,   &eq.rhs,          &eq.relaxation, &eq.compliance};
     for (xVector* v : zeroed) fillFloats(*v, rows, 0.0f);
     fillFloats(eq.lowerBound, rows, -kUnbounded);
@@ -385,13 +365,12 @@ void unpackSubstep(const SweepScratch& s, xEquationStream& eq, xBodyStream& bodi
 }
 
 // The projected sweeps of one sub-step, at most maxIterations of them.
-void runSweeps(xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
+void runSweeps(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int bodyCount, float h,
                int maxIterations) {
   if (maxIterations <= 0) return;
   const xConfigurator* cfg = xConfigurator::Instance();
   const float tol = cfg->cfg_solverTolerance;
   const bool relative = cfg->cfg_relativeTolerance;
-  SweepScratch& s = sweepScratch();
   packSubstep(s, eq, bodies, bodyCount, h);
   const int n = eq.rowCount;
   const std::size_t rowBytes = sizeof(float) * static_cast<std::size_t>(n);
@@ -435,14 +414,44 @@ int xSolverLCP::averageBodySetting(xArray<xBody*>& bodies) {
 
 void xSolverLCP::solverHook(xEquationStream&, int) {}
 
+float& xSolverLCP::solveTime() {
+  xWorkerContext* worker = xWorkerContext::concurrent();
+  return worker != nullptr ? worker->fSolverTime : time;
+}
+
+float& xSolverLCP::solveStepSize() {
+  xWorkerContext* worker = xWorkerContext::concurrent();
+  return worker != nullptr ? worker->fStepSize : stepSize;
+}
+
+void xSolverLCP::recordSubsteps(int n) {
+  if (xWorkerContext* worker = xWorkerContext::concurrent()) {
+    worker->nSubsteps = n;
+  } else {
+    xConfigurator::Instance()->cfg_lastSubsteps = n;
+  }
+}
+
+xArray<int>& xGaussSouthwell::rowsFormed() {
+  xWorkerContext* worker = xWorkerContext::concurrent();
+  return worker != nullptr ? worker->aRowsPerConstraint : rowsPerConstraint;
+}
+
 xGaussSouthwell::xGaussSouthwell() = default;
 
 xGaussSouthwell::~xGaussSouthwell() = default;
 
 void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& constraints,
                             xIntegrator& integrator, float dt) {
-  xEquationStream& eq = equationStream();
-  xBodyStream& bs = bodyStream();
+  // The streams and scratch of the worker running this solve (the host's
+  // when groups are solved one after another).
+  xWorkerContext* worker = xWorkerContext::current();
+  xEquationStream& eq = worker->equationStream();
+  xBodyStream& bs = worker->bodyStream();
+  SweepScratch& scratch = worker->scratch<SweepScratch>();
+  float& clock = solveTime();
+  float& h = solveStepSize();
+  xArray<int>& rows = rowsFormed();
   xConfigurator* cfg = xConfigurator::Instance();
 
   const int bodyCount = bodies.size();
@@ -458,50 +467,50 @@ void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& con
       std::ceil(static_cast<double>(dt) / static_cast<double>(cfg->cfg_maxSubstep)));
   if (bodyCount == 1) n = 1;
   if (!cfg->cfg_substepping) n = 1;
-  stepSize = dt / static_cast<float>(n);
-  cfg->cfg_lastSubsteps = n;
+  h = dt / static_cast<float>(n);
+  recordSubsteps(n);
   // Intended: every sub-step then spans the whole step.
-  if (cfg->cfg_fullStepIntegration) stepSize = dt;
+  if (cfg->cfg_fullStepIntegration) h = dt;
 
   eq.allocate(maxRows);
-  rowsPerConstraint.clear();
-  rowsPerConstraint.resize(constraintCount);
+  rows.clear();
+  rows.resize(constraintCount);
   bs.allocate(bodyRows, bodyCount);
   clearBodyRows(bs, bodyRows);
   bs.loadExternalForces(bodies);
   bs.loadPlacements(bodies);
   bs.loadVelocities(bodies);
 
-  time = g_ptrSDK->timeNow();
+  clock = g_ptrSDK->timeNow();
   const int maxIterations = cfg->cfg_maxIterations;
 
   for (int i = 0; i < n; ++i) {
     // Accumulated on the running value: with n > 1 the clock first moves back and
     // stays put in the last sub-step. The sleeping bookkeeping depends on it.
-    time = time + static_cast<float>(i + 1 - n) * stepSize;
+    clock = clock + static_cast<float>(i + 1 - n) * h;
     bs.restoreExternalForces(bodies);
     resetForSubstep(eq, bs, maxRows, bodyRows);
     bs.prepareSubstep(bodies);
     if (constraintCount > 0) {
       formAllEquations(constraints, eq, bs);
-      computeInverseEffectiveMasses(eq, bs, stepSize);
-      runSweeps(eq, bs, bodyCount, stepSize, maxIterations);
+      computeInverseEffectiveMasses(eq, bs, h);
+      runSweeps(scratch, eq, bs, bodyCount, h, maxIterations);
       if (cfg->cfg_storeSolutions) {
         int firstRow = 0;
         for (int j = 0; j < constraintCount; ++j) {
           constraints[j]->storeSolutions(eq.solution, firstRow);
-          firstRow += rowsPerConstraint[j];
+          firstRow += rows[j];
         }
       }
     }
-    integrator.integrate(bodies, bs, stepSize);
+    integrator.integrate(bodies, bs, h);
   }
 
   bs.commitPlacements(bodies);
   bs.commitVelocities(bodies);
 
   if (cfg->cfg_autoDeactivate) {
-    const float now = g_ptrSDK->physicsContext()->getSolver()->time;
+    const float now = g_ptrSDK->physicsContext()->getSolver()->solveTime();
     for (int b = 0; b < bodyCount; ++b) {
       xBody* body = bodies[b];
       // Written as "not less than" so that a NaN deactivates as well.
@@ -518,6 +527,8 @@ void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& con
 void xGaussSouthwell::formAllEquations(xArray<xConstraintSet*>& constraints, xEquationStream& eq,
                                        xBodyStream& bodies) {
   eq.rowCursor = 0;
+  xArray<int>& rows = rowsFormed();
+  const float h = solveStepSize();
   const int count = constraints.size();
   if (count == 0) {
     eq.rowCount = 0;
@@ -525,7 +536,7 @@ void xGaussSouthwell::formAllEquations(xArray<xConstraintSet*>& constraints, xEq
   }
   for (int j = 0; j < count; ++j) {
     xConstraintSet* c = constraints[j];
-    const int k = c->formEquations(eq, bodies, stepSize);
+    const int k = c->formEquations(eq, bodies, h);
     KVN_CHECK(k >= 0 && eq.rowCursor + k <= eq.bodyRowSrc.size(),
               "xGaussSouthwell::formAllEquations",
               "a constraint set formed more rows than its getMaxDOF");
@@ -541,7 +552,7 @@ void xGaussSouthwell::formAllEquations(xArray<xConstraintSet*>& constraints, xEq
       eq.bodyRowDst[row] = rowDst;
       eq.dofDst[row] = dofDst;
     }
-    rowsPerConstraint[j] = k;
+    rows[j] = k;
     eq.rowCursor += k;
   }
   eq.rowCount = eq.rowCursor;

@@ -29,9 +29,23 @@ class KVN_API xSolverLCP {
   virtual int averageBodySetting(xArray<xBody*>& bodies);
   // Extension hook; does nothing and is not called by the library.
   virtual void solverHook(xEquationStream& eq, int row);
-  // Solves and integrates one group over the step dt.
+  // Solves and integrates one group over the step dt. Called once per group;
+  // with several workers, for different groups at the same time on different
+  // threads (see xWorkerContext for what a solver may touch).
   virtual void solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& constraints,
                      xIntegrator& integrator, float dt) = 0;
+
+  // The clock and sub-step length of the solve running on the calling thread.
+  // These are the fields time and stepSize, except while groups are solved
+  // concurrently: then each worker has its own (xWorkerContext), and after
+  // the step the fields hold the last group's values, as they would after a
+  // serial step. Solvers and integrators use these rather than the fields.
+  float& solveTime();
+  float& solveStepSize();
+  // Stores a solve's sub-step count as cfg_lastSubsteps (through the calling
+  // worker's context while solving concurrently; the last group's count is
+  // stored after the step).
+  void recordSubsteps(int n);
 };
 
 // Projected Gauss-Southwell iteration: each sweep visits the rows in order of
@@ -52,6 +66,10 @@ class KVN_API xGaussSouthwell : public xSolverLCP {
   // Lets every constraint set write its rows and records each row's bodies.
   virtual void formAllEquations(xArray<xConstraintSet*>& constraints, xEquationStream& eq,
                                 xBodyStream& bodies);
+
+  // rowsPerConstraint, or the calling worker's own list while groups are
+  // solved concurrently (copied into rowsPerConstraint after the step).
+  xArray<int>& rowsFormed();
 };
 
 }  // namespace KorvanPHX2D

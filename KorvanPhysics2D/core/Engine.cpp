@@ -5,6 +5,8 @@
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Entity.h>
 #include <KorvanPhysics2D/core/ParagonStore.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
+#include <KorvanPhysics2D/core/WorkerPool.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 #include <KorvanPhysics2D/shapes/CollisionCategory.h>
@@ -27,7 +29,9 @@ KVN_API void kvnDestroyKorvanSDK() {
   g_ptrSDK = nullptr;
 }
 
-KorvanPhysicsSDK::KorvanPhysicsSDK() : ptrParagonStore(new xParagonStore()) {
+KorvanPhysicsSDK::KorvanPhysicsSDK()
+    : ptrParagonStore(new xParagonStore()), nWorkers(1), ptrWorkerPool(nullptr) {
+  aWorkerContexts.append(new xWorkerContext(0));
   init();
   xCategoryDispatcher::Instance();
   xMaterialDispatcher::Instance();
@@ -46,6 +50,9 @@ KorvanPhysicsSDK::~KorvanPhysicsSDK() {
   ptrPhysicsContext = nullptr;
   delete ptrCollisionContext;
   ptrCollisionContext = nullptr;
+  delete ptrWorkerPool;
+  ptrWorkerPool = nullptr;
+  aWorkerContexts.deleteAll();
   // Bodies may outlive the engine: the store goes when its last object does.
   ptrParagonStore->abandon();
   ptrParagonStore = nullptr;
@@ -63,6 +70,22 @@ void KorvanPhysicsSDK::init() {
 }
 
 void KorvanPhysicsSDK::shutdown() {}
+
+void KorvanPhysicsSDK::setWorkerCount(int n) {
+  KVN_CHECK(n >= 1, "KorvanPhysicsSDK::setWorkerCount", "the worker count must be at least 1");
+  if (n < 1) n = 1;
+  if (n == nWorkers) return;
+  // Threads of another count are joined now; the new ones start on first use.
+  delete ptrWorkerPool;
+  ptrWorkerPool = nullptr;
+  for (int i = aWorkerContexts.size(); i < n; ++i) aWorkerContexts.append(new xWorkerContext(i));
+  nWorkers = n;
+}
+
+xWorkerPool* KorvanPhysicsSDK::workerPool() {
+  if (nWorkers > 1 && ptrWorkerPool == nullptr) ptrWorkerPool = new xWorkerPool(nWorkers);
+  return ptrWorkerPool;
+}
 
 void KorvanPhysicsSDK::updateF(float dt) {
   fTimeStep = dt;

@@ -21,6 +21,8 @@ class xShapeDesc;
 class xConstraintSet;
 class xJointDesc;
 class xParagonStore;
+class xWorkerContext;
+class xWorkerPool;
 
 // The one object through which a host drives the engine. Created by
 // kvnCreateKorvanSDK and published in g_ptrSDK; everything else in the library
@@ -82,12 +84,30 @@ class KVN_API KorvanPhysicsSDK {
   float lastTimeStep() const { return fLastTimeStep; }
   std::uint32_t currentTick() const { return ulCurrentTick; }
 
-  // Where the bodies and shapes created while this engine is g_ptrSDK live
-  // (library-internal; see xParagon::operator new).
+  // Number of workers that solve the groups of a step: the host's thread plus
+  // n - 1 threads of the library. 1 (the default): no thread is ever started
+  // and every step runs on the host's thread. With n > 1 the threads start
+  // at the first step that has two or more groups and are joined when the
+  // engine is destroyed (or the count changes); contact generation and every
+  // callback stay on the host's thread, and everything a host can observe
+  // (placements, velocities, sleeping, callbacks, list orders, groups(), the
+  // quadtree) is bit-identical to n = 1. n < 1 is a caller error (counted as 1).
+  void setWorkerCount(int n);
+  int workerCount() const { return nWorkers; }
+
+  // Library use: worker i's context (0 = the host's; see xWorkerContext), the
+  // pool of threads (started here on first use, null with one worker), and
+  // where the bodies and shapes created while this engine is g_ptrSDK live
+  // (see xParagon::operator new).
+  xWorkerContext* workerContext(int i) { return aWorkerContexts[i]; }
+  xWorkerPool* workerPool();
   xParagonStore* paragonStore() const { return ptrParagonStore; }
 
  private:
   xParagonStore* ptrParagonStore;
+  int nWorkers;
+  xArray<xWorkerContext*> aWorkerContexts;
+  xWorkerPool* ptrWorkerPool;
 };
 
 // The engine object; null before kvnCreateKorvanSDK and after kvnDestroyKorvanSDK.

@@ -1,6 +1,7 @@
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Paragon.h>
 #include <KorvanPhysics2D/core/ParagonStore.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
 
 #include <cstring>
 
@@ -182,7 +183,14 @@ void xParagon::setRelPlacement(const Vec3& p) {
   const Vec3 oldAbs = composePlacement(parentAbs, vRelPlacement);
   vRelPlacement = p;
   const Vec3 newAbs = composePlacement(parentAbs, vRelPlacement);
-  if ((uFlags & kFlagInitialized) != 0u) notifyMoved(oldAbs, newAbs);
+  if ((uFlags & kFlagInitialized) == 0u) return;
+  // On a worker solving groups concurrently, the notification (which refiles
+  // shapes in the shared quadtree) waits for the ordered part of the step.
+  if (xWorkerContext* worker = xWorkerContext::concurrent()) {
+    worker->deferMoved(this, oldAbs, newAbs);
+    return;
+  }
+  notifyMoved(oldAbs, newAbs);
 }
 
 Vec3 xParagon::getRelPlacement() { return vRelPlacement; }

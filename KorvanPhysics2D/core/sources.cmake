@@ -5,5 +5,7 @@ set(KVN_SUBSYSTEM_SOURCES
   Entity.cpp
   Paragon.cpp
   ParagonStore.cpp
+  WorkerContext.cpp
+  WorkerPool.cpp
   Engine.cpp
 )

@@ -1,6 +1,7 @@
 #include <KorvanPhysics2D/DebugCheck.h>
 #include <KorvanPhysics2D/constraints/ConstraintSet.h>
 #include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 
@@ -52,6 +53,12 @@ void xBody::initialize() {
 }
 
 void xBody::activate() {
+  // On a worker solving groups concurrently: later, in group order (the active
+  // lists are shared).
+  if (xWorkerContext* worker = xWorkerContext::concurrent()) {
+    worker->deferActivate(this);
+    return;
+  }
   if (isGroupActivated()) return;
   setGroupActivated();
   for (xConstraintSet* joint = getFirstJoint(); joint != nullptr;
@@ -68,6 +75,10 @@ void xBody::activate() {
 }
 
 void xBody::deactivate() {
+  if (xWorkerContext* worker = xWorkerContext::concurrent()) {
+    worker->deferDeactivate(this);
+    return;
+  }
   if (!isActive()) return;
   clearActive();
   clearGroupActivated();

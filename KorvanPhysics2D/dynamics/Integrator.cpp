@@ -18,7 +18,7 @@ int xEuler1stOrder::getOrder() { return 1; }
 void xEuler1stOrder::integrate(xArray<xBody*>& bodies, xBodyStream& stream, float h) {
   // The rest test uses the solver's clock, the motion stamp the engine's time at
   // the start of the step; the two differ while substepping.
-  const float tNow = g_ptrSDK->physicsContext()->getSolver()->time;
+  const float tNow = g_ptrSDK->physicsContext()->getSolver()->solveTime();
   const int count = bodies.size();
   for (int k = 0; k < count; ++k) {
     xBody* body = bodies[k];

@@ -3,11 +3,15 @@
 #include <KorvanPhysics2D/constraints/ConstraintSet.h>
 #include <KorvanPhysics2D/constraints/ContactConstraint.h>
 #include <KorvanPhysics2D/constraints/Solver.h>
+#include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
+#include <KorvanPhysics2D/core/WorkerPool.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/Integrator.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 
+#include <atomic>
 #include <new>
 
 namespace KorvanPHX2D {
@@ -20,6 +24,44 @@ namespace {
 // the body is in aRemaining, whose entries get both marks cleared at the end.
 constexpr std::uint32_t kFlagGrouped = 0x80u;
 constexpr std::uint32_t kFlagListed = 0x100u;
+
+// One step's concurrent solving: the workers claim groups in order until none
+// is left.
+struct ConcurrentSolve {
+  KorvanPhysicsSDK* engine;
+  xPhysicsContext* context;
+  xSolverLCP* solver;
+  xIntegrator* integrator;
+  float dt;
+  int groupCount;
+  std::atomic<int> nextGroup;
+};
+
+void solveClaimedGroups(void* argument, int workerIndex) {
+  ConcurrentSolve& job = *static_cast<ConcurrentSolve*>(argument);
+  xPhysicsContext& context = *job.context;
+  xWorkerContext* worker = job.engine->workerContext(workerIndex);
+  xWorkerContext::enterConcurrent(worker);
+  for (;;) {
+    const int g = job.nextGroup.fetch_add(1, std::memory_order_relaxed);
+    if (g >= job.groupCount) break;
+    const int bodiesBegin = g == 0 ? 0 : context.aGroupBodiesEnd[g - 1];
+    const int constraintsBegin = g == 0 ? 0 : context.aGroupConstraintsEnd[g - 1];
+    worker->aGroupBodies.fastClear();
+    for (int i = bodiesBegin; i < context.aGroupBodiesEnd[g]; ++i) {
+      worker->aGroupBodies.append(context.aAllGroupBodies[i]);
+    }
+    worker->aGroupConstraints.fastClear();
+    for (int i = constraintsBegin; i < context.aGroupConstraintsEnd[g]; ++i) {
+      worker->aGroupConstraints.append(context.aAllGroupConstraints[i]);
+    }
+    const int logBegin = worker->logSize();
+    job.solver->solve(worker->aGroupBodies, worker->aGroupConstraints, *job.integrator, job.dt);
+    context.aGroupsSolved[g] =
+        xPhysicsContext::xGroupSolved{workerIndex, logBegin, worker->logSize()};
+  }
+  xWorkerContext::enterConcurrent(nullptr);
+}
 
 }  // namespace
 
@@ -121,6 +163,19 @@ void xPhysicsContext::updateF(float dt) {
     aContacts.append(contact);
   }
 
+  KorvanPhysicsSDK* engine = g_ptrSDK;
+  if (engine->workerCount() > 1) {
+    solveGroupsConcurrently(dt);
+  } else {
+    formGroups([this, dt] { solveGroup(dt); });
+  }
+
+  for (int i = 0; i < aContacts.size(); ++i) aContacts[i]->release();
+  aContacts.deleteAll();
+}
+
+template <class OnGroup>
+void xPhysicsContext::formGroups(OnGroup&& onGroup) {
   // Grouping. The active bodies are taken in order; each one not yet grouped in
   // this step starts a group that collects, breadth first, every body reachable
   // through constraint sets (sleeping bodies included, which then carry the
@@ -160,26 +215,99 @@ void xPhysicsContext::updateF(float dt) {
         }
       }
     }
+    onGroup();
+  }
+  for (int i = 0; i < aRemaining.size(); ++i)
+    aRemaining[i]->uFlags &= ~(kFlagGrouped | kFlagListed);
+  aRemaining.resize(0, false);
+}
 
-    // Stepping always uses the first integrator and the first solver.
-    iCurrentIntegrator = 0;
-    iCurrentSolver = 0;
-    xIntegrator* integrator = aIntegrators[0];
-    xSolverLCP* solver = aSolvers[0];
-    solver->solve(aGroupBodies, aGroupConstraints, *integrator, dt);
+void xPhysicsContext::solveGroup(float dt) {
+  // Stepping always uses the first integrator and the first solver.
+  iCurrentIntegrator = 0;
+  iCurrentSolver = 0;
+  xIntegrator* integrator = aIntegrators[0];
+  xSolverLCP* solver = aSolvers[0];
+  solver->solve(aGroupBodies, aGroupConstraints, *integrator, dt);
+  ++nGroups;
+
+  for (int i = 0; i < aGroupBodies.size(); ++i) aGroupBodies[i]->clearGroupActivated();
+  for (int i = 0; i < aGroupConstraints.size(); ++i) aGroupConstraints[i]->clearClosedFlag();
+  aGroupBodies.resize(0, false);
+  aGroupConstraints.resize(0, false);
+}
+
+void xPhysicsContext::solveGroupsConcurrently(float dt) {
+  // The groups are the same as in the serial step, and no solve changes what
+  // a later group holds, so they can all be formed first.
+  aAllGroupBodies.fastClear();
+  aGroupBodiesEnd.fastClear();
+  aAllGroupConstraints.fastClear();
+  aGroupConstraintsEnd.fastClear();
+  formGroups([this] {
+    for (int i = 0; i < aGroupBodies.size(); ++i) aAllGroupBodies.append(aGroupBodies[i]);
+    for (int i = 0; i < aGroupConstraints.size(); ++i) {
+      aAllGroupConstraints.append(aGroupConstraints[i]);
+    }
+    aGroupBodiesEnd.append(aAllGroupBodies.size());
+    aGroupConstraintsEnd.append(aAllGroupConstraints.size());
+    aGroupBodies.resize(0, false);
+    aGroupConstraints.resize(0, false);
+  });
+  const int groupCount = aGroupBodiesEnd.size();
+
+  // Puts group g back into the group lists.
+  const auto loadGroup = [this](int g) {
+    for (int i = g == 0 ? 0 : aGroupBodiesEnd[g - 1]; i < aGroupBodiesEnd[g]; ++i) {
+      aGroupBodies.append(aAllGroupBodies[i]);
+    }
+    for (int i = g == 0 ? 0 : aGroupConstraintsEnd[g - 1]; i < aGroupConstraintsEnd[g]; ++i) {
+      aGroupConstraints.append(aAllGroupConstraints[i]);
+    }
+  };
+  if (groupCount < 2) {
+    // Nothing to share out: the serial solve, on the host's thread.
+    for (int g = 0; g < groupCount; ++g) {
+      loadGroup(g);
+      solveGroup(dt);
+    }
+    return;
+  }
+
+  KorvanPhysicsSDK* engine = g_ptrSDK;
+  xWorkerPool* pool = engine->workerPool();
+  for (int w = 0; w < engine->workerCount(); ++w) engine->workerContext(w)->clearLog();
+  aGroupsSolved.resize(groupCount, false);
+  iCurrentIntegrator = 0;
+  iCurrentSolver = 0;
+  xSolverLCP* solver = aSolvers[0];
+  ConcurrentSolve job{engine, this, solver, aIntegrators[0], dt, groupCount, {0}};
+  pool->run(solveClaimedGroups, &job);
+
+  // The ordered part, group by group as the serial step does it: the deferred
+  // moves and (de)activations, then the group's marks.
+  for (int g = 0; g < groupCount; ++g) {
+    const xGroupSolved& done = aGroupsSolved[g];
+    engine->workerContext(done.iWorker)->replay(done.iLogBegin, done.iLogEnd);
     ++nGroups;
-
+    loadGroup(g);
     for (int i = 0; i < aGroupBodies.size(); ++i) aGroupBodies[i]->clearGroupActivated();
     for (int i = 0; i < aGroupConstraints.size(); ++i) aGroupConstraints[i]->clearClosedFlag();
     aGroupBodies.resize(0, false);
     aGroupConstraints.resize(0, false);
   }
-  for (int i = 0; i < aRemaining.size(); ++i)
-    aRemaining[i]->uFlags &= ~(kFlagGrouped | kFlagListed);
-  aRemaining.resize(0, false);
 
-  for (int i = 0; i < aContacts.size(); ++i) aContacts[i]->release();
-  aContacts.deleteAll();
+  // The solver's shared state as the last group's solve left it in the serial
+  // step; the worker that solved the last group solved nothing after it.
+  const xWorkerContext* last = engine->workerContext(aGroupsSolved[groupCount - 1].iWorker);
+  solver->time = last->fSolverTime;
+  solver->stepSize = last->fStepSize;
+  xConfigurator::Instance()->cfg_lastSubsteps = last->nSubsteps;
+  if (xGaussSouthwell* gs = dynamic_cast<xGaussSouthwell*>(solver)) {
+    const int count = last->aRowsPerConstraint.size();
+    gs->rowsPerConstraint.resize(count, false);
+    for (int j = 0; j < count; ++j) gs->rowsPerConstraint[j] = last->aRowsPerConstraint[j];
+  }
 }
 
 }  // namespace KorvanPHX2D

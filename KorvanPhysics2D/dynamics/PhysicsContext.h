@@ -49,6 +49,21 @@ class KVN_API xPhysicsContext {
   xArray<xBody*> aGroupBodies;
   xArray<xConstraintSet*> aGroupConstraints;
 
+  // Working storage of a step whose groups are solved by several workers:
+  // every group's bodies and constraint sets one after another, where each
+  // group ends in those lists, and which worker solved it with which part of
+  // the worker's record of deferred calls.
+  struct xGroupSolved {
+    int iWorker;
+    int iLogBegin;
+    int iLogEnd;
+  };
+  xArray<xBody*> aAllGroupBodies;
+  xArray<int> aGroupBodiesEnd;
+  xArray<xConstraintSet*> aAllGroupConstraints;
+  xArray<int> aGroupConstraintsEnd;
+  xArray<xGroupSolved> aGroupsSolved;
+
   // Creates one xEuler1stOrder and one xGaussSouthwell and reserves room for
   // 64 bodies in both body lists.
   xPhysicsContext();
@@ -83,6 +98,16 @@ class KVN_API xPhysicsContext {
   void updateF(float dt);
 
  private:
+  // Splits the active bodies into groups, as described at updateF, and hands
+  // each group to onGroup (which empties the two group lists).
+  template <class OnGroup>
+  void formGroups(OnGroup&& onGroup);
+  // Solves the group in the two group lists and clears its marks.
+  void solveGroup(float dt);
+  // The groups collected in the flat lists, solved by the engine's workers and
+  // then finished in group order.
+  void solveGroupsConcurrently(float dt);
+
   // The integrator and solver made by the constructor, deleted with this
   // context; null in copies, which only share them.
   xIntegrator* ptrOwnIntegrator;
