@@ -11,7 +11,6 @@
 #include <KorvanPhysics2D/dynamics/Integrator.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 
-#include <atomic>
 #include <new>
 
 namespace KorvanPHX2D {
@@ -25,8 +24,9 @@ namespace {
 constexpr std::uint32_t kFlagGrouped = 0x80u;
 constexpr std::uint32_t kFlagListed = 0x100u;
 
-// One step's concurrent solving: the workers claim groups in order until none
-// is left.
+// One step's concurrent solving. Worker w solves groups w, w + n, w + 2n...:
+// a fixed share, so that in a world of steady size every worker meets its
+// largest group in the first steps and then stops growing its buffers.
 struct ConcurrentSolve {
   KorvanPhysicsSDK* engine;
   xPhysicsContext* context;
@@ -34,17 +34,15 @@ struct ConcurrentSolve {
   xIntegrator* integrator;
   float dt;
   int groupCount;
-  std::atomic<int> nextGroup;
+  int workerCount;
 };
 
-void solveClaimedGroups(void* argument, int workerIndex) {
+void solveShareOfGroups(void* argument, int workerIndex) {
   ConcurrentSolve& job = *static_cast<ConcurrentSolve*>(argument);
   xPhysicsContext& context = *job.context;
   xWorkerContext* worker = job.engine->workerContext(workerIndex);
   xWorkerContext::enterConcurrent(worker);
-  for (;;) {
-    const int g = job.nextGroup.fetch_add(1, std::memory_order_relaxed);
-    if (g >= job.groupCount) break;
+  for (int g = workerIndex; g < job.groupCount; g += job.workerCount) {
     const int bodiesBegin = g == 0 ? 0 : context.aGroupBodiesEnd[g - 1];
     const int constraintsBegin = g == 0 ? 0 : context.aGroupConstraintsEnd[g - 1];
     worker->aGroupBodies.fastClear();
@@ -281,8 +279,8 @@ void xPhysicsContext::solveGroupsConcurrently(float dt) {
   iCurrentIntegrator = 0;
   iCurrentSolver = 0;
   xSolverLCP* solver = aSolvers[0];
-  ConcurrentSolve job{engine, this, solver, aIntegrators[0], dt, groupCount, {0}};
-  pool->run(solveClaimedGroups, &job);
+  ConcurrentSolve job{engine, this, solver, aIntegrators[0], dt, groupCount, engine->workerCount()};
+  pool->run(solveShareOfGroups, &job);
 
   // The ordered part, group by group as the serial step does it: the deferred
   // moves and (de)activations, then the group's marks.

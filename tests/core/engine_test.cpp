@@ -3,6 +3,8 @@
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Entity.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
+#include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 #include <gtest/gtest.h>
 
@@ -97,6 +99,45 @@ TEST_F(Engine, DestroyingTheEngineDeletesEveryListedEntityOnceBeforeTheWorlds) {
   EXPECT_TRUE(CountingEntity::worldAlive);
   sdk = kvnCreateKorvanSDK();  // for TearDown
 }
+
+TEST_F(Engine, TheWorkerCountStartsAtOneAndStartsNoThreadUntilAStepNeedsIt) {
+  EXPECT_EQ(sdk->workerCount(), 1);
+  EXPECT_EQ(sdk->workerPool(), nullptr);
+  sdk->setWorkerCount(3);
+  EXPECT_EQ(sdk->workerCount(), 3);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(sdk->workerContext(i)->index(), i);
+  sdk->setWorkerCount(1);
+  EXPECT_EQ(sdk->workerPool(), nullptr);
+}
+
+TEST_F(Engine, ABodyCreatedInOneEngineMayBeDeletedAfterIt) {
+  // Bodies live in their engine's storage, which outlives the engine until
+  // its last object is gone; placement new still works on them.
+  xBody3DOFDesc desc;
+  xBody* body = sdk->createBody(desc);
+  kvnDestroyKorvanSDK();
+  sdk = kvnCreateKorvanSDK();
+  xBody* other = sdk->createBody(desc);
+  EXPECT_NE(other, nullptr);
+  delete body;
+  delete other;
+  alignas(xBody3DOF) unsigned char room[sizeof(xBody3DOF)];
+  xBody3DOF* placed = new (room) xBody3DOF();
+  EXPECT_EQ(placed->getDOF(), 3);
+  placed->~xBody3DOF();
+}
+
+#if defined(KVN_DEBUG_CHECKS)
+TEST_F(Engine, AWorkerCountBelowOneIsACallerError) {
+  EXPECT_DEATH(sdk->setWorkerCount(0), "setWorkerCount: the worker count must be at least 1");
+}
+#else
+TEST_F(Engine, AWorkerCountBelowOneCountsAsOne) {
+  sdk->setWorkerCount(4);
+  sdk->setWorkerCount(-2);
+  EXPECT_EQ(sdk->workerCount(), 1);
+}
+#endif
 
 TEST(Configurator, HoldsTheDocumentedDefaultsWithTheFlagsAsConsecutiveBytes) {
   const xConfigurator* cfg = xConfigurator::Instance();
