@@ -1,6 +1,8 @@
 #include <KorvanPhysics2D/constraints/ConstraintLimit.h>
 #include <KorvanPhysics2D/constraints/EquationStream.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/math/Geometry.h>
+#include <KorvanPhysics2D/math/Scalar.h>
 
 #include <cmath>
 
@@ -9,17 +11,9 @@ namespace KorvanPHX2D {
 namespace {
 constexpr float kTwoPi = 6.2831855f;
 constexpr float kPi = 3.1415927f;
-constexpr float kUnbounded = 1.0e38f;
 constexpr float kNoTarget = -1.0e38f;
 // A motor target speed below this is treated as "arrived": the row is dropped.
 constexpr float kMotorDeadband = 0.001f;
-
-// fmod of the promoted float arguments, wrapped into [0, period).
-float wrapPositive(float value, float period) {
-  float a = static_cast<float>(std::fmod(static_cast<double>(value), static_cast<double>(period)));
-  if (a < 0.0f) a += period;
-  return a;
-}
 }  // namespace
 
 bool xConstraintLimit::areAngularLimitsValid() const { return upperLimit - lowerLimit < kTwoPi; }
@@ -29,7 +23,7 @@ void xConstraintLimit::angEquLimit(xEquationStream& eq, xBody* bodySrc, xBody* b
   (void)bodySrc;
   const float range = upperLimit - lowerLimit;
   const float k = correction;
-  const float a = wrapPositive(angle - lowerLimit, kTwoPi);
+  const float a = kvnWrapAngle(angle - lowerLimit, kTwoPi);
   const bool dstRotates = bodyDst != nullptr && bodyDst->getDOF() > 2;
 
   if (range < a) {
@@ -41,14 +35,14 @@ void xConstraintLimit::angEquLimit(xEquationStream& eq, xBody* bodySrc, xBody* b
     const float err = fromAbove ? -d2 : d1;
     eq.rhs(row) = (1.0f / h) * k * err;
     if (upperLimit == lowerLimit) {
-      eq.lowerBound(row) = -kUnbounded;
-      eq.upperBound(row) = kUnbounded;
+      eq.lowerBound(row) = -kvnBigValue;
+      eq.upperBound(row) = kvnBigValue;
     } else if (fromAbove) {
-      eq.lowerBound(row) = -kUnbounded;
+      eq.lowerBound(row) = -kvnBigValue;
       eq.upperBound(row) = 0.0f;
     } else {
       eq.lowerBound(row) = 0.0f;
-      eq.upperBound(row) = kUnbounded;
+      eq.upperBound(row) = kvnBigValue;
     }
     eq.relaxation(row) = limitRelaxation;
     row += 1;
@@ -71,7 +65,7 @@ void xConstraintLimit::angEquLimit(xEquationStream& eq, xBody* bodySrc, xBody* b
     }
   }
   if (motorPos != kNoTarget) {
-    const float b = wrapPositive(motorPos - angle + kPi, kTwoPi);
+    const float b = kvnWrapAngle(motorPos - angle + kPi, kTwoPi);
     const float e = (b - kPi) * k * (1.0f / h);  // wrapped error in (-pi, pi] as a speed
     const float limit = std::fabs(velocity);
     v = kvnClamp(e, -limit, limit);
@@ -101,11 +95,11 @@ void xConstraintLimit::linEquLimit(xEquationStream& eq, xBody* bodySrc, xBody* b
     if (below) {
       err = lowerLimit - pos;
       eq.lowerBound(row) = 0.0f;
-      eq.upperBound(row) = kUnbounded;
+      eq.upperBound(row) = kvnBigValue;
     }
     if (above) {
       err = upperLimit - pos;
-      eq.lowerBound(row) = -kUnbounded;
+      eq.lowerBound(row) = -kvnBigValue;
       eq.upperBound(row) = 0.0f;
     }
     eq.rhs(row) = (1.0f / h) * k * err;

@@ -4,12 +4,12 @@
 #include <KorvanPhysics2D/constraints/EquationStream.h>
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/math/Scalar.h>
 #include <KorvanPhysics2D/shapes/Material.h>
 
 namespace KorvanPHX2D {
 
 namespace {
-constexpr float kUnbounded = 1.0e38f;
 constexpr float kHalfPi = 1.5707964f;
 // Factors for a missing material: their squares give friction 0.5, restitution 0.3.
 constexpr float kMissingFriction = 0.7071f;
@@ -80,7 +80,7 @@ int xContactConstraint::formEquations(xEquationStream& eq, xBodyStream& bodies, 
   kvnSetRowVec3(eq.jacobianSrc, k, 0, Vec3(-n.x, -n.y, c));
   if (dst != nullptr) kvnSetRowVec3(eq.jacobianDst, k, 0, Vec3(n.x, n.y, -c));
   eq.lowerBound(k) = 0.0f;
-  eq.upperBound(k) = kUnbounded;
+  eq.upperBound(k) = kvnBigValue;
 
   float p = depth;
   if (cfg->cfg_skipSeparatingContacts) {

@@ -1,4 +1,5 @@
 #include <KorvanPhysics2D/constraints/EquationStream.h>
+#include <KorvanPhysics2D/math/Scalar.h>
 
 namespace KorvanPHX2D {
 
@@ -6,7 +7,6 @@ namespace {
 
 constexpr int kInitialRows = 128;
 constexpr int kJacobianColumns = 6;
-constexpr float kUnbounded = 1e38f;
 // Default softness of a row outside the solver's own per-sub-step reset.
 constexpr float kDefaultCompliance = 0.00001f;
 
@@ -58,8 +58,8 @@ void xEquationStream::reset() {
   kvnSetToZeroV(change);
   kvnSetToZeroV(relaxation);
   kvnSetToValueV(compliance, kDefaultCompliance);
-  kvnSetToValueV(lowerBound, -kUnbounded);
-  kvnSetToValueV(upperBound, kUnbounded);
+  kvnSetToValueV(lowerBound, -kvnBigValue);
+  kvnSetToValueV(upperBound, kvnBigValue);
   kvnSetToZeroM(jacobianSrc);
   kvnSetToZeroM(jacobianDst);
   kvnSetToZeroM(appliedSrc);

@@ -10,6 +10,7 @@
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/Integrator.h>
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
+#include <KorvanPhysics2D/math/Scalar.h>
 
 #include <cmath>
 #include <cstring>
@@ -19,8 +20,6 @@
 namespace KorvanPHX2D {
 
 namespace {
-
-constexpr float kUnbounded = 1e38f;
 
 // One body's sweep data, gathered once per sub-step: the running force row and
 // what cannot change during the sweeps (velocity / h, inverse mass, inverse
@@ -91,8 +90,8 @@ void resetForSubstep(xEquationStream& eq, xBodyStream& bodies, int rows, int bod
     xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual,   &eq.invEffMass,
                          &eq.change,   &eq.rhs,          &eq.relaxation, &eq.compliance};
     for (xVector* v : zeroed) fillFloats(*v, rows, 0.0f);
-    fillFloats(eq.lowerBound, rows, -kUnbounded);
-    fillFloats(eq.upperBound, rows, kUnbounded);
+    fillFloats(eq.lowerBound, rows, -kvnBigValue);
+    fillFloats(eq.upperBound, rows, kvnBigValue);
     // The matrices are allocated with exactly these rows.
     kvnSetToZeroM(eq.jacobianSrc);
     kvnSetToZeroM(eq.jacobianDst);

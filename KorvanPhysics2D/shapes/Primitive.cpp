@@ -1,3 +1,4 @@
+#include <KorvanPhysics2D/math/Scalar.h>
 #include <KorvanPhysics2D/shapes/Primitive.h>
 
 namespace KorvanPHX2D {
@@ -5,7 +6,6 @@ namespace KorvanPHX2D {
 namespace {
 // Written into the fields of destroyed primitives.
 constexpr float kUnsetMarker = 4222483456.0f;
-constexpr float kHuge = 1.0e38f;
 
 // The compiler may drop stores to an object that is being destroyed; these
 // markers must land so that use after destruction is visible.
@@ -16,7 +16,9 @@ inline void markUnset(float& field) { *static_cast<volatile float*>(&field) = kU
 
 xPrimitive::~xPrimitive() {}
 
-Box2 xPrimitive::getBoundingBox() { return Box2(kHuge, kHuge, -kHuge, -kHuge); }
+Box2 xPrimitive::getBoundingBox() {
+  return Box2(kvnBigValue, kvnBigValue, -kvnBigValue, -kvnBigValue);
+}
 
 float xPrimitive::inertia() { return -1.0f; }
 
@@ -72,9 +74,11 @@ xPrimitiveLineSeg::~xPrimitiveLineSeg() {}
 
 ePrimitveObj xPrimitiveLineSeg::getType() { return eLineSegObj; }
 
-Box2 xPrimitiveLineSeg::getBoundingBox() { return Box2(-kHuge, -kHuge, kHuge, kHuge); }
+Box2 xPrimitiveLineSeg::getBoundingBox() {
+  return Box2(-kvnBigValue, -kvnBigValue, kvnBigValue, kvnBigValue);
+}
 
-float xPrimitiveLineSeg::inertia() { return kHuge; }
+float xPrimitiveLineSeg::inertia() { return kvnBigValue; }
 
 float xPrimitiveLineSeg::volume() { return 0.0f; }
 

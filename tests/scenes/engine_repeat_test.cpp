@@ -183,8 +183,11 @@ TEST(EngineWorkers, OneTwoAndFourWorkersGiveTheSameBitsStepByStep) {
         }
       }
     }
-    if (std::string(name) == "islands") EXPECT_GE(groupsSeen, 200);
-    if (std::string(name) == "pyramid20") EXPECT_LE(groupsSeen, 3);
+    if (std::string(name) == "islands") {
+      EXPECT_GE(groupsSeen, 200);
+    } else if (std::string(name) == "pyramid20") {
+      EXPECT_LE(groupsSeen, 3);
+    }
   }
 }
 
