@@ -11,6 +11,7 @@
 
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
 #include <KorvanPhysics2D/core/Entity.h>
 #include <KorvanPhysics2D/core/Paragon.h>
 

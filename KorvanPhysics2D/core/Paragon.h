@@ -90,7 +90,9 @@ class KVN_API xParagon {
   // Sibling before this object in the parent's list; null for a root, the first
   // child, or an object missing from the list.
   virtual xParagon* getPreviousDescendant();
-  // Sets the placement relative to the parent; notifies the move if initialised.
+  // Sets the placement relative to the parent; notifies the move if initialised
+  // (on a worker solving groups concurrently the notification is recorded and
+  // sent after the solves, in group order; see xWorkerContext).
   virtual void setRelPlacement(const Vec3& p);
   virtual Vec3 getRelPlacement();
   // On a root: setRelPlacement(p). On an attached object: no effect (kept

@@ -58,9 +58,11 @@ class KVN_API xBody : public xParagon {
   void initialize() override;
   // Propagates activation through the joint list (once per step, bounded by the
   // group-activated flag), then wakes the body and its children if asleep.
+  // Called by a solver on a worker while groups are solved concurrently, it is
+  // recorded and carried out after the solves, in group order (xWorkerContext).
   void activate() override;
   // If active: clears the active and group-activated flags, leaves the active
-  // list and deactivates the children.
+  // list and deactivates the children. Deferred like activate on a worker.
   void deactivate() override;
 
   virtual void setMass(float mass);
