@@ -11,9 +11,9 @@
 
 #include <KorvanPhysics2D/core/Configurator.h>
 #include <KorvanPhysics2D/core/Engine.h>
-#include <KorvanPhysics2D/core/WorkerContext.h>
 #include <KorvanPhysics2D/core/Entity.h>
 #include <KorvanPhysics2D/core/Paragon.h>
+#include <KorvanPhysics2D/core/WorkerContext.h>
 
 #include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/dynamics/Integrator.h>
