@@ -37,22 +37,27 @@ struct ConcurrentSolve {
   int workerCount;
 };
 
+// Appends group g of the step's flat group lists to `bodies` and `constraints`.
+void appendGroup(const xPhysicsContext& context, int g, xArray<xBody*>& bodies,
+                 xArray<xConstraintSet*>& constraints) {
+  for (int i = g == 0 ? 0 : context.aGroupBodiesEnd[g - 1]; i < context.aGroupBodiesEnd[g]; ++i) {
+    bodies.append(context.aAllGroupBodies[i]);
+  }
+  for (int i = g == 0 ? 0 : context.aGroupConstraintsEnd[g - 1];
+       i < context.aGroupConstraintsEnd[g]; ++i) {
+    constraints.append(context.aAllGroupConstraints[i]);
+  }
+}
+
 void solveShareOfGroups(void* argument, int workerIndex) {
   ConcurrentSolve& job = *static_cast<ConcurrentSolve*>(argument);
   xPhysicsContext& context = *job.context;
   xWorkerContext* worker = job.engine->workerContext(workerIndex);
   xWorkerContext::enterConcurrent(worker);
   for (int g = workerIndex; g < job.groupCount; g += job.workerCount) {
-    const int bodiesBegin = g == 0 ? 0 : context.aGroupBodiesEnd[g - 1];
-    const int constraintsBegin = g == 0 ? 0 : context.aGroupConstraintsEnd[g - 1];
     worker->aGroupBodies.fastClear();
-    for (int i = bodiesBegin; i < context.aGroupBodiesEnd[g]; ++i) {
-      worker->aGroupBodies.append(context.aAllGroupBodies[i]);
-    }
     worker->aGroupConstraints.fastClear();
-    for (int i = constraintsBegin; i < context.aGroupConstraintsEnd[g]; ++i) {
-      worker->aGroupConstraints.append(context.aAllGroupConstraints[i]);
-    }
+    appendGroup(context, g, worker->aGroupBodies, worker->aGroupConstraints);
     const int logBegin = worker->logSize();
     job.solver->solve(worker->aGroupBodies, worker->aGroupConstraints, *job.integrator, job.dt);
     context.aGroupsSolved[g] =
@@ -254,15 +259,7 @@ void xPhysicsContext::solveGroupsConcurrently(float dt) {
   });
   const int groupCount = aGroupBodiesEnd.size();
 
-  // Puts group g back into the group lists.
-  const auto loadGroup = [this](int g) {
-    for (int i = g == 0 ? 0 : aGroupBodiesEnd[g - 1]; i < aGroupBodiesEnd[g]; ++i) {
-      aGroupBodies.append(aAllGroupBodies[i]);
-    }
-    for (int i = g == 0 ? 0 : aGroupConstraintsEnd[g - 1]; i < aGroupConstraintsEnd[g]; ++i) {
-      aGroupConstraints.append(aAllGroupConstraints[i]);
-    }
-  };
+  const auto loadGroup = [this](int g) { appendGroup(*this, g, aGroupBodies, aGroupConstraints); };
   if (groupCount < 2) {
     // Nothing to share out: the serial solve, on the host's thread.
     for (int g = 0; g < groupCount; ++g) {
