@@ -104,14 +104,24 @@ TEST_F(PhysicsStep, ARestingBodyFallsAsleepOnceItsRestDelayHasPassed) {
   EXPECT_EQ(ctx->groups(), 1);  // the sleeper is no longer solved
 }
 
-// With one worker, and with three (groups solved concurrently, the deferred
-// calls replayed in order).
-class SteadyStep : public PhysicsStep, public ::testing::WithParamInterface<int> {};
+// Run with one worker, and with three (groups solved concurrently, the
+// deferred calls carried out in order afterwards).
+struct SteadyStep : PhysicsStep {
+  void stepsWithoutAllocating(int workers);
+};
 
-TEST_P(SteadyStep, ASteadyWorldLeavesNoMarksBehindAndStepsWithoutAllocating) {
+TEST_F(SteadyStep, ASteadyWorldLeavesNoMarksBehindAndStepsWithoutAllocating) {
+  stepsWithoutAllocating(1);
+}
+
+TEST_F(SteadyStep, ASteadyWorldStepsWithoutAllocatingWithThreeWorkers) {
+  stepsWithoutAllocating(3);
+}
+
+void SteadyStep::stepsWithoutAllocating(int workers) {
   // Free bodies, one of them joined to the world, and a ring of joined bodies
   // with a sleeping member: every path of the step but contacts.
-  sdk->setWorkerCount(GetParam());
+  sdk->setWorkerCount(workers);
   cfg->cfg_substepping = true;
   std::vector<std::unique_ptr<xBody>> bodies;
   for (int i = 0; i < 60; ++i) bodies.push_back(makeBody(Vec3(3.0f * i, 0.0f, 0.0f)));
@@ -137,8 +147,6 @@ TEST_P(SteadyStep, ASteadyWorldLeavesNoMarksBehindAndStepsWithoutAllocating) {
   for (auto& link : links) EXPECT_FALSE(link.isClosedSet());
   for (auto& link : links) link.release();
 }
-
-INSTANTIATE_TEST_SUITE_P(Workers, SteadyStep, ::testing::Values(1, 3));
 
 }  // namespace
 }  // namespace kvn_test
