@@ -38,3 +38,4 @@
 #include <KorvanPhysics2D/constraints/EquationStream.h>
 #include <KorvanPhysics2D/constraints/Joints.h>
 #include <KorvanPhysics2D/constraints/Solver.h>
+#include <KorvanPhysics2D/constraints/SoftStepSolver.h>

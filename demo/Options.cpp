@@ -44,7 +44,7 @@ std::string joined(const std::vector<std::string>& names) {
 
 std::string usageLine() {
   return "usage: korvan-demo [--list] [SCENE] [--steps N] [--dt S] [--substeps] [--sleep] "
-         "[--out DIR]";
+         "[--solver faithful|stable] [--out DIR]";
 }
 
 bool parseArguments(int argc, const char* const* argv, const std::vector<std::string>& scenes,
@@ -89,6 +89,12 @@ bool parseArguments(int argc, const char* const* argv, const std::vector<std::st
     } else if (arg == "--sleep") {
       if (!noValue()) return fail("option --sleep takes no value");
       options.sleep = true;
+    } else if (arg == "--solver") {
+      std::string text;
+      if (!takeValue(text)) return fail("option --solver needs a value");
+      if (text != "faithful" && text != "stable")
+        return fail("bad value for --solver: '" + text + "' (expected faithful or stable)");
+      options.solver = text;
     } else if (arg == "--steps") {
       std::string text;
       if (!takeValue(text)) return fail("option --steps needs a value");

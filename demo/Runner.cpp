@@ -118,6 +118,9 @@ std::string settingsText() {
   const xConfigurator* cfg = xConfigurator::Instance();
   std::string text = cfg->cfg_substepping ? "substeps on" : "substeps off";
   text += cfg->cfg_autoDeactivate ? ", sleeping on" : ", sleeping off";
+  text += dynamic_cast<xSoftStepSolver*>(g_ptrSDK->physicsContext()->getSolver()) != nullptr
+              ? ", stable solver"
+              : ", faithful solver";
   return text;
 }
 
@@ -150,6 +153,7 @@ int runScene(const DemoOptions& options) {
   KorvanScenes::SceneOptions sceneOptions;
   sceneOptions.substeps = options.substeps;
   sceneOptions.sleep = options.sleep;
+  KorvanScenes::parseSolverName(options.solver, sceneOptions.solver);
   std::unique_ptr<KorvanScenes::Scene> scene = KorvanScenes::Scene::build(info->name, sceneOptions);
 
   Recording recording;

@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
           "  --dt S        seconds per step (default: the scene's)\n"
           "  --substeps    split each step into sub-steps of at most cfg_maxSubstep\n"
           "  --sleep       let bodies at rest fall asleep (cfg_autoDeactivate)\n"
+          "  --solver S    faithful (the built-in solver, default) or stable (soft steps)\n"
           "  --out DIR     output folder (default: the current folder)\n\n");
     }
     std::printf("scenes:\n");

@@ -6,6 +6,7 @@ namespace KorvanScenes {
 
 MetreScene::MetreScene(const SceneInfo& info, const SceneOptions& options) : Scene(info, options) {
   xConfigurator::Instance()->cfg_gravity = Vec2(0.0f, kGravity);
+  if (xSoftStepSolver* solver = stableSolver()) solver->setLengthScale(kUnitsPerMetre);
   xMaterialDispatcher::Instance()->createMaterial(kMaterial, 1.0f, 0.0f, 0.6f, 0.6f, 0.5f);
   staticMaterial_ = kMaterial;
   entity_ = createEntity<xEntity>();

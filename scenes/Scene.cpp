@@ -51,6 +51,25 @@ Scene::Scene(const SceneInfo& info, const SceneOptions& options)
   xConfigurator* cfg = xConfigurator::Instance();
   if (options.substeps) cfg->cfg_substepping = true;
   if (options.sleep) cfg->cfg_autoDeactivate = true;
+  if (options.solver == SceneOptions::Solver::Stable) {
+    solver_ = std::make_unique<xSoftStepSolver>();
+    g_ptrSDK->physicsContext()->setSolver(solver_.get());
+  }
+}
+
+const char* solverName(SceneOptions::Solver solver) {
+  return solver == SceneOptions::Solver::Stable ? "stable" : "faithful";
+}
+
+bool parseSolverName(const std::string& name, SceneOptions::Solver& solver) {
+  if (name == "faithful") {
+    solver = SceneOptions::Solver::Faithful;
+  } else if (name == "stable") {
+    solver = SceneOptions::Solver::Stable;
+  } else {
+    return false;
+  }
+  return true;
 }
 
 Scene::~Scene() {
@@ -66,6 +85,7 @@ Scene::~Scene() {
   for (SceneStatic& s : statics_) delete s.shape;
   if (g_ptrSDK != nullptr) {
     for (xEntity* e : entities_) g_ptrSDK->destroyEntity(e);
+    if (solver_ != nullptr) g_ptrSDK->physicsContext()->setSolver(nullptr);
   }
   savedConfig_.restore();
 }

@@ -30,7 +30,15 @@ struct SceneInfo {
 struct SceneOptions {
   bool substeps = false;  // cfg_substepping
   bool sleep = false;     // cfg_autoDeactivate
+  // The built-in Gauss-Southwell solver ("faithful") or the soft-step solver
+  // ("stable"), which the scene installs for its lifetime.
+  enum class Solver { Faithful, Stable };
+  Solver solver = Solver::Faithful;
 };
+
+// "faithful" / "stable"; parseSolverName returns false for another name.
+const char* solverName(SceneOptions::Solver solver);
+bool parseSolverName(const std::string& name, SceneOptions::Solver& solver);
 
 enum class ShapeKind { Circle, Box, Segment };
 
@@ -137,6 +145,9 @@ class Scene {
   static std::unique_ptr<Scene> build(const std::string& name, const SceneOptions& options);
 
  protected:
+  // The stable solver while the scene uses it, else null.
+  KorvanPHX2D::xSoftStepSolver* stableSolver() const { return solver_.get(); }
+
   // Called before every engine step with the number of steps done so far.
   virtual void beforeStep(int stepIndex);
   // Called after every engine step.
@@ -199,6 +210,8 @@ class Scene {
 
   SceneInfo info_;
   SceneOptions options_;
+  // The stable solver while it is in use; null with the built-in one.
+  std::unique_ptr<KorvanPHX2D::xSoftStepSolver> solver_;
   ConfigSnapshot savedConfig_;
   int stepsDone_ = 0;
   std::vector<SceneBody> bodies_;

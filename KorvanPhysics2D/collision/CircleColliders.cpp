@@ -11,6 +11,7 @@
 
 namespace KorvanPHX2D {
 
+using detail::contactMargin;
 using detail::markBoth;
 using detail::primitiveShape;
 using detail::reportContact;
@@ -33,7 +34,7 @@ void kvnCollideCircleCircle(xShape* first, xShape* second) {
   const float rSum = rA + rB;
   const float dist = kvnLenV2(cA - cB);
   if (!kvnFinite(dist)) return;
-  if (dist > rSum) return;  // touching still counts
+  if (dist > rSum + contactMargin(first, second)) return;  // touching still counts
 
   const Vec2 v = cB - cA;
   if (!kvnFiniteV2(v)) return;
@@ -64,11 +65,13 @@ void kvnCollideCircleLineSeg(xShape* first, xShape* second) {
 
   // Marked before the reach test: a circle merely near the segment is marked too.
   markBoth(first, second);
-  if (dist > r) return;
+  const float margin = contactMargin(first, second);
+  if (dist > r + margin) return;
 
   const Vec2 normal = -d / dist;
   const Vec2 point = cA + normal * r;
-  reportContact(first, second, point, std::fabs(r - dist), normal);
+  // Within the margin the depth is negative: the gap.
+  reportContact(first, second, point, margin > 0.0f ? r - dist : std::fabs(r - dist), normal);
 }
 
 void kvnCollideCircleBox(xShape* first, xShape* second) {
@@ -84,13 +87,15 @@ void kvnCollideCircleBox(xShape* first, xShape* second) {
 
   // Circle centre in box coordinates.
   const Vec2 c = kvnTransReversePosMtx23(mB, cA);
+  // The reach tests below compare with r + margin; depths then turn negative.
+  const float margin = contactMargin(first, second);
 
   if ((c.x <= -hx || c.x >= hx) && (c.y <= -hy || c.y >= hy)) {
     const Vec2 corners[4] = {Vec2(-hx, -hy), Vec2(hx, -hy), Vec2(hx, hy), Vec2(-hx, hy)};
     for (const Vec2& corner : corners) {
       const Vec2 diff = corner - c;
       const float dist = kvnLenV2(diff);
-      if (dist < r) {
+      if (dist < r + margin) {
         reportContact(first, second, kvnTransPosMtx23(mB, corner), r - dist,
                       kvnTransDirMtx23(mB, diff / dist));
         return;
@@ -102,24 +107,24 @@ void kvnCollideCircleBox(xShape* first, xShape* second) {
 
   if (c.y >= 0.0f) {
     const float t = c.y - r;
-    if (t < hy && -hx < c.x && c.x < hx) {
+    if (t - margin < hy && -hx < c.x && c.x < hx) {
       reportContact(first, second, kvnTransPosMtx23(mB, Vec2(c.x, t)), hy - t, -u1);
     }
   } else {
     const float t = c.y + r;
-    if (t > -hy && -hx < c.x && c.x < hx) {
+    if (t + margin > -hy && -hx < c.x && c.x < hx) {
       reportContact(first, second, kvnTransPosMtx23(mB, Vec2(c.x, t)), t + hy, u1);
     }
   }
 
   if (c.x >= 0.0f) {
     const float t = c.x - r;
-    if (t < hx && -hy < c.y && c.y < hy) {
+    if (t - margin < hx && -hy < c.y && c.y < hy) {
       reportContact(first, second, kvnTransPosMtx23(mB, Vec2(t, c.y)), hx - t, -u0);
     }
   } else {
     const float t = c.x + r;
-    if (t > -hx && -hy < c.y && c.y < hy) {
+    if (t + margin > -hx && -hy < c.y && c.y < hy) {
       reportContact(first, second, kvnTransPosMtx23(mB, Vec2(t, c.y)), t + hx, u0);
     }
   }

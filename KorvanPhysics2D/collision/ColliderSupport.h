@@ -4,6 +4,7 @@
 // (not installed, not exported).
 #include <KorvanPhysics2D/collision/CollisionContext.h>
 #include <KorvanPhysics2D/core/Engine.h>
+#include <KorvanPhysics2D/dynamics/Body.h>
 #include <KorvanPhysics2D/math/MathTypes.h>
 #include <KorvanPhysics2D/shapes/Primitive.h>
 #include <KorvanPhysics2D/shapes/Shape.h>
@@ -20,6 +21,18 @@ inline void reportContact(xShape* first, xShape* second, const Vec2& point, floa
   g_ptrSDK->collisionContext()->createTempContact(first, second, primitiveShape(first)->ptrMaterial,
                                                   primitiveShape(second)->ptrMaterial, point, depth,
                                                   normal);
+}
+
+// How far apart the pair may be and still make a (speculative) contact: the
+// collision context's margin plus its margin time times the bodies' speeds.
+// 0 unless a solver switched the margin on.
+inline float contactMargin(xShape* first, xShape* second) {
+  const xCollisionContext* cc = g_ptrSDK->collisionContext();
+  if (cc->fContactMargin == 0.0f && cc->fContactMarginTime == 0.0f) return 0.0f;
+  float speeds = 0.0f;
+  if (xBody* b = first->getMainBody()) speeds += kvnLenV2(b->getVelocity());
+  if (xBody* b = second->getMainBody()) speeds += kvnLenV2(b->getVelocity());
+  return cc->fContactMargin + cc->fContactMarginTime * speeds;
 }
 
 // Sets the tested mark on both shapes of a pair.

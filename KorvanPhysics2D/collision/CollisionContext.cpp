@@ -28,7 +28,11 @@ void dispatchPair(xShape* first, xShape* second) {
 }
 
 xCollisionContext::xCollisionContext()
-    : bUseSpace(true), bGenerating(false), ptrSpace(new (std::nothrow) xQuadTree()) {}
+    : bUseSpace(true),
+      bGenerating(false),
+      ptrSpace(new (std::nothrow) xQuadTree()),
+      fContactMargin(0.0f),
+      fContactMarginTime(0.0f) {}
 
 xCollisionContext::~xCollisionContext() { delete ptrSpace; }
 
@@ -67,6 +71,17 @@ void xCollisionContext::removeFromActive(xShape* s) {
   }
 }
 
+float xCollisionContext::shapeReach(const xShape* s) const {
+  const float speed = s->ptrBody != nullptr ? kvnLenV2(s->ptrBody->vVelocity) : 0.0f;
+  return fContactMargin + fContactMarginTime * speed;
+}
+
+bool xCollisionContext::triedFromOther(float reachA, float reachB, bool bIsLower) const {
+  if (reachB > reachA + fContactMargin) return true;
+  if (reachA > reachB + fContactMargin) return false;
+  return !bIsLower;
+}
+
 void xCollisionContext::generateContacts() {
   bGenerating = true;
   xCategoryDispatcher* categories = xCategoryDispatcher::Instance();
@@ -74,20 +89,31 @@ void xCollisionContext::generateContacts() {
   if (bUseSpace) {
     xArray<xShape*>& candidates = scratch.aCandidates;
     xArray<xShape*>& partners = scratch.aPartners;
+    // With a contact margin a query reaches as far as a pair may be apart. A
+    // pair of two awake shapes is then tried from the one reaching clearly
+    // further (by more than the margin), else by address as without a
+    // margin; either way the query covers both reaches.
+    const bool speculative = fContactMargin != 0.0f || fContactMarginTime != 0.0f;
     // The size is re-read every round: shapes woken by contacts of this pass
     // are visited in the same pass.
     for (int i = 0; i < aActiveShapes.size(); ++i) {
       xShape* a = aActiveShapes[i];
       if (a == nullptr) continue;
-      ptrSpace->getClosest(candidates, a, false);
+      float reachA = 0.0f;
+      if (speculative) {
+        reachA = shapeReach(a);
+        ptrSpace->getClosestWithin(candidates, a, 2.0f * reachA + fContactMargin);
+      } else {
+        ptrSpace->getClosest(candidates, a, false);
+      }
       const std::uintptr_t addressA = reinterpret_cast<std::uintptr_t>(a);
       for (int c = 0; c < candidates.size(); ++c) {
         xShape* b = candidates[c];
         xBody* bodyB = b->ptrBody;
         // A pair of two awake shapes is tried once, from the higher address.
-        if (bodyB != nullptr && bodyB->isActive() &&
-            !(reinterpret_cast<std::uintptr_t>(b) < addressA)) {
-          continue;
+        if (bodyB != nullptr && bodyB->isActive()) {
+          const bool lower = reinterpret_cast<std::uintptr_t>(b) < addressA;
+          if (!speculative ? !lower : triedFromOther(reachA, shapeReach(b), lower)) continue;
         }
         // Drops a itself, shapes of the same body and pairs of two static shapes.
         if (bodyB == a->ptrBody) continue;

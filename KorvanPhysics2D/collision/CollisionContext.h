@@ -35,6 +35,13 @@ class KVN_API xCollisionContext {
   xArray<xShape*> aShapes;         // shapes in the collision world, order of addition
   xArray<xShape*> aActiveShapes;   // shapes of awake bodies; null entries only while generating
   xClassificationSpace* ptrSpace;  // owned quadtree
+  // Opt-in contact margin (units): pairs of circles are reported already when
+  // they are this far apart plus fContactMarginTime times the sum of their
+  // bodies' speeds, with a negative depth (the gap). Both 0 by default: only
+  // touching shapes make contacts. A solver that uses such speculative
+  // contacts sets them while it is in use.
+  float fContactMargin;
+  float fContactMarginTime;
 
   xCollisionContext();
   // Deletes the space; the shapes are left untouched (flags and cell ranges stay).
@@ -75,6 +82,11 @@ class KVN_API xCollisionContext {
 
  private:
   xCollisionScratch scratch;
+  // With a contact margin: how far the shape reaches (margin plus margin time
+  // times its body's speed), and whether a pair of two awake shapes is tried
+  // from the other shape (the one reaching further).
+  float shapeReach(const xShape* s) const;
+  bool triedFromOther(float reachA, float reachB, bool bIsLower) const;
 };
 
 // Hands a pair to the collider for their two kinds, the shape of the lower

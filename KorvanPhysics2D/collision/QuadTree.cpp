@@ -61,6 +61,10 @@ int allocIndex(xArray<T>& pool, xArray<int>& freeStack) {
 
 xClassificationSpace::xClassificationSpace() : iLevels(12), fSize(4096.0f) {}
 
+void xClassificationSpace::getClosestWithin(xArray<xShape*>& result, xShape* shape, float) {
+  getClosest(result, shape, false);
+}
+
 xClassificationSpace::~xClassificationSpace() {}
 
 void xClassificationSpace::getDirectionForChildCells(int child, int& dx, int& dy) {
@@ -296,15 +300,27 @@ void xQuadTree::getShapesFromQDT(int cell, const Box2& cellBox, const Box2& q, b
   }
 }
 
-void xQuadTree::getClosest(xArray<xShape*>& result, xShape* shape, bool testBoxes) {
+void xQuadTree::collectAround(xArray<xShape*>& result, const Box2& box, bool testBoxes) {
   KVN_CHECK(ptrQueryResult == nullptr, "xQuadTree::getClosest", "a query is already running");
   ptrQueryResult = &result;
-  const Box2 q = scaledBox(shape->getAbsBoundingBox());
-  getShapesFromQDT(0, bxBounds, q, testBoxes);
+  getShapesFromQDT(0, bxBounds, scaledBox(box), testBoxes);
   for (int i = 0; i < result.size(); ++i) {
     if (result[i] != nullptr) result[i]->bCollected = false;
   }
   ptrQueryResult = nullptr;
+}
+
+void xQuadTree::getClosest(xArray<xShape*>& result, xShape* shape, bool testBoxes) {
+  collectAround(result, shape->getAbsBoundingBox(), testBoxes);
+}
+
+void xQuadTree::getClosestWithin(xArray<xShape*>& result, xShape* shape, float margin) {
+  Box2 box = shape->getAbsBoundingBox();
+  box.vMin.x -= margin;
+  box.vMin.y -= margin;
+  box.vMax.x += margin;
+  box.vMax.y += margin;
+  collectAround(result, box, false);
 }
 
 xShape* xQuadTree::getTouchingShape(xShape* shape) {

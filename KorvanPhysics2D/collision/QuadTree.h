@@ -51,6 +51,9 @@ class KVN_API xClassificationSpace {
   // Appends to `result` (never emptied) every shape filed near `shape`, each
   // once; with testBoxes only those whose box touches the shape's box.
   virtual void getClosest(xArray<xShape*>& result, xShape* shape, bool testBoxes) = 0;
+  // As getClosest without box tests, for the shape's box grown by `margin` on
+  // every side (speculative contacts). The default ignores the margin.
+  virtual void getClosestWithin(xArray<xShape*>& result, xShape* shape, float margin);
 
   // Offsets of child `child`: bit 0 selects the upper x half, bit 1 the upper
   // y half; dx, dy are -1 or +1.
@@ -81,6 +84,7 @@ class KVN_API xQuadTree : public xClassificationSpace {
   void moveInsideCS(xShape* shape) override;
   void removeFromCS(xShape* shape) override;
   void getClosest(xArray<xShape*>& result, xShape* shape, bool testBoxes) override;
+  void getClosestWithin(xArray<xShape*>& result, xShape* shape, float margin) override;
 
   // First shape touching `shape`'s box that has a parent node, or null. The
   // shape itself is not excluded.
@@ -98,6 +102,8 @@ class KVN_API xQuadTree : public xClassificationSpace {
   int allocCellIndex();
   int allocLinkIndex();
   void getShapesFromQDT(int cell, const Box2& cellBox, const Box2& q, bool testBoxes);
+  // Every shape filed in a cell that meets `box` (world units), each once.
+  void collectAround(xArray<xShape*>& result, const Box2& box, bool testBoxes);
 
   // The list the running query fills; null outside a query. One query at a
   // time per tree.

@@ -436,6 +436,10 @@ xArray<int>& xGaussSouthwell::rowsFormed() {
   return worker != nullptr ? worker->aRowsPerConstraint : rowsPerConstraint;
 }
 
+void xSolverLCP::beginStep(float) {}
+
+void xSolverLCP::endStep() {}
+
 xGaussSouthwell::xGaussSouthwell() = default;
 
 xGaussSouthwell::~xGaussSouthwell() = default;

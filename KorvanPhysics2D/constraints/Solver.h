@@ -46,6 +46,10 @@ class KVN_API xSolverLCP {
   // worker's context while solving concurrently; the last group's count is
   // stored after the step).
   void recordSubsteps(int n);
+  // Called by the physics context before contact generation and after every
+  // group of a step has been solved; the built-in solver does nothing there.
+  virtual void beginStep(float dt);
+  virtual void endStep();
 };
 
 // Projected Gauss-Southwell iteration: each sweep visits the rows in order of

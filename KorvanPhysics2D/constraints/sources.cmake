@@ -8,4 +8,6 @@ set(KVN_SUBSYSTEM_SOURCES
   ConstraintLimit.cpp
   ContactConstraint.cpp
   Joints.cpp
+  ContactCache.cpp
+  SoftStepSolver.cpp
 )

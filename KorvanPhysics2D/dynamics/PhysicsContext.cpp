@@ -143,6 +143,18 @@ xIntegrator* xPhysicsContext::getIntegrator() { return aIntegrators[iCurrentInte
 
 xSolverLCP* xPhysicsContext::getSolver() { return aSolvers[iCurrentSolver]; }
 
+void xPhysicsContext::setSolver(xSolverLCP* solver) {
+  xSolverLCP* next = solver != nullptr ? solver : ptrOwnSolver;
+  KVN_CHECK(next != nullptr, "xPhysicsContext::setSolver", "no built-in solver in this copy");
+  if (aSolvers.size() == 0 || next == aSolvers[0]) return;
+  aSolvers[0] = next;
+  // A solver switches the speculative contact margin on for itself; the next
+  // one starts from none.
+  xCollisionContext* collision = g_ptrSDK->collisionContext();
+  collision->fContactMargin = 0.0f;
+  collision->fContactMarginTime = 0.0f;
+}
+
 void xPhysicsContext::updateF(float dt) {
   xCollisionContext* collision = g_ptrSDK->collisionContext();
   aTempContacts.clear();
@@ -151,6 +163,9 @@ void xPhysicsContext::updateF(float dt) {
   for (int i = 0; i < aActiveBodies.size(); ++i) aActiveBodies[i]->activate();
 
   nGroups = 0;
+  // The solver in use hears when the step begins and when its groups are done.
+  xSolverLCP* solver = aSolvers[0];
+  solver->beginStep(dt);
   collision->generateContacts();
 
   // Room for this step's contacts, without the shrink rule of a plain resize
@@ -172,6 +187,7 @@ void xPhysicsContext::updateF(float dt) {
   } else {
     formGroups([this, dt] { solveGroup(dt); });
   }
+  solver->endStep();
 
   for (int i = 0; i < aContacts.size(); ++i) aContacts[i]->release();
   aContacts.deleteAll();

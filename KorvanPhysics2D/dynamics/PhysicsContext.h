@@ -92,7 +92,11 @@ class KVN_API xPhysicsContext {
   // Groups solved in the last step.
   int groups();
   xIntegrator* getIntegrator();
+  // The solver in use: the host's one after setSolver, else the built-in one.
   xSolverLCP* getSolver();
+  // Uses the host's solver from the next step on; null restores the built-in
+  // Gauss-Southwell solver. The engine never deletes a host's solver.
+  void setSolver(xSolverLCP* solver);
   // One step of dt seconds: wake-up through joints, contact generation,
   // contact constraints, grouping, one solve per group, contact clean-up.
   void updateF(float dt);

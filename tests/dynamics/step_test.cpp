@@ -8,27 +8,10 @@
 #include <new>
 #include <vector>
 
+#include "../allocation_counter.h"
 #include "dynamics_test_support.h"
 
-namespace {
-std::atomic<long> g_newCalls{0};
-}  // namespace
-
-// Counts heap allocations in this executable. The library creates its objects
-// with nothrow new, which sanitizer runtimes do not forward to the plain form,
-// so both forms are replaced; the aligned forms are left to the runtime.
-void* operator new(std::size_t size) {
-  g_newCalls.fetch_add(1, std::memory_order_relaxed);
-  if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
-  throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  g_newCalls.fetch_add(1, std::memory_order_relaxed);
-  return std::malloc(size == 0 ? 1 : size);
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+using kvn_test_alloc::g_newCalls;
 
 namespace kvn_test {
 namespace {
