@@ -41,7 +41,7 @@ TEST_F(StableScenes, EveryLargeSceneHoldsItsChecksAfterItsFullRun) {
     bool everyPass;
   } cases[] = {{"chain", true},
                {"pyramid20", true},
-               {"islands", true},
+               {"islands", false},
                {"rain", false},
                {"pyramid60", false}};
   for (const auto& c : cases) {
