@@ -8,6 +8,8 @@
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/WorkerContext.h>
 #include <KorvanPhysics2D/dynamics/Body.h>
+#include <KorvanPhysics2D/math/Geometry.h>
+#include <KorvanPhysics2D/math/Scalar.h>
 #include <KorvanPhysics2D/shapes/Material.h>
 
 #include <algorithm>
@@ -20,9 +22,10 @@ namespace KorvanPHX2D {
 
 namespace {
 
-constexpr float kTwoPi = 6.2831853f;
-constexpr float kPi = 3.14159265f;
-constexpr float kNoMotorPosition = -1.0e38f;
+constexpr float kTwoPi = 6.2831855f;
+constexpr float kPi = 3.1415927f;
+// A motor without a position target holds -kvnBigValue there.
+constexpr float kNoMotorPosition = -kvnBigValue;
 // What the contact constraint assumes for a missing material.
 constexpr float kMissingFriction = 0.70710677f;
 constexpr float kMissingRestitution = 0.54772256f;
@@ -380,8 +383,7 @@ void solveMotors(xSoftStepWorker& w, const Softness& soft, float h, float dt, bo
       float target = j.velocity;
       if (j.position != kNoMotorPosition) {
         // Position servo: the wrapped error turned into a speed, at most |velocity|.
-        float e = std::fmod(j.position - angle + kPi, kTwoPi);
-        if (e < 0.0f) e += kTwoPi;
+        const float e = kvnWrapAngle(j.position - angle + kPi, kTwoPi);
         const float limit = std::fabs(j.velocity);
         target = std::min(std::max((e - kPi) * j.correction / dt, -limit), limit);
       }
@@ -396,8 +398,7 @@ void solveMotors(xSoftStepWorker& w, const Softness& soft, float h, float dt, bo
     }
     if (j.hasLimit) {
       const float range = j.upper - j.lower;
-      float a = std::fmod(angle - j.lower, kTwoPi);
-      if (a < 0.0f) a += kTwoPi;
+      const float a = kvnWrapAngle(angle - j.lower, kTwoPi);
       float lowerGap, upperGap;
       if (a <= range) {
         lowerGap = a;
