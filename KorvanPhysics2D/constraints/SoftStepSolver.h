@@ -47,6 +47,10 @@ struct xSoftStepWorker;
 //   angular limits (when their range is below a full turn) are one-sided
 //   constraints on the relative angle.
 //
+// Speculative contacts go through the same category rules, callbacks and
+// vetoes as touching ones; their depth is negative (the gap), so a host's
+// notifyCollision may hear of a contact just before the shapes touch.
+//
 // Sleeping (cfg_autoDeactivate) puts a whole group to sleep once every body in
 // it stayed below the rest speeds for its rest delay. The tunnelling guard of
 // the built-in solver (cfg_preventTunneling) is not used: speculative contacts

@@ -50,6 +50,12 @@ TEST(DemoOptions, ReadsEveryOptionInBothSpellingsAndInAnyOrder) {
   }
 }
 
+TEST(DemoOptions, ChoosesTheSolverFaithfulByDefault) {
+  EXPECT_EQ(parse({}).options.solver, "faithful");
+  EXPECT_EQ(parse({"--solver", "stable"}).options.solver, "stable");
+  EXPECT_EQ(parse({"--solver=faithful", "rain60"}).options.solver, "faithful");
+}
+
 TEST(DemoProgram, BadArgumentsExitWithStatusTwoAndOneLineNamingTheArgumentAndTheUsage) {
   const std::string dir = freshFolder("bad_args");
   // clang-format off
@@ -58,6 +64,7 @@ TEST(DemoProgram, BadArgumentsExitWithStatusTwoAndOneLineNamingTheArgumentAndThe
       {"--steps 0", "--steps"},  {"--steps 12x", "12x"}, {"--steps 99999999999", "--steps"},
       {"--dt -0.01", "--dt"},    {"--dt nan", "nan"},    {"--dt inf", "inf"},
       {"--dt 2", "--dt"},        {"--out=", "--out"},    {"--sleep=yes", "--sleep"},
+      {"--solver fast", "fast"}, {"--solver", "--solver"},
       {"chain10 rain60", "rain60"},    {"-x", "-x"},           {"nonesuch", "'nonesuch' (scenes: show"}};
   // clang-format on
   for (const auto& [args, named] : cases) {
@@ -75,6 +82,15 @@ TEST(DemoProgram, BadArgumentsExitWithStatusTwoAndOneLineNamingTheArgumentAndThe
   const DemoProcess p = runDemo("chain10 --steps 2 --out file/sub", dir);
   EXPECT_EQ(p.status, 1);
   EXPECT_NE(p.err.find("file/sub"), std::string::npos) << p.err;
+}
+
+TEST(DemoProgram, SaysWhichSolverRan) {
+  const std::string dir = freshFolder("solver");
+  for (const char* solver : {"faithful", "stable"}) {
+    const DemoProcess p = runDemo(std::string("chain10 --steps 5 --solver ") + solver, dir);
+    EXPECT_EQ(p.status, 0) << p.err;
+    EXPECT_NE(p.out.find(std::string(solver) + " solver"), std::string::npos) << p.out;
+  }
 }
 
 TEST(DemoProgram, ListNamesEveryScene) {
