@@ -21,23 +21,30 @@ namespace KorvanPHX2D {
 
 namespace {
 
+// Four floats handled element by element in one register. Each element gets
+// exactly the IEEE operation the scalar code would apply to it, so results are
+// the same bits; only the sums across elements are written out one by one, in
+// the order of the plain formulation.
+typedef float Float4 __attribute__((vector_size(16)));
+
 // One body's sweep data, gathered once per sub-step: the running force row and
-// what cannot change during the sweeps (velocity / h, inverse mass, inverse
-// inertia).
+// what cannot change during the sweeps (velocity / h, and the diagonal of the
+// inverse mass: 1/m, 1/m, 1/I). The fourth elements are padding: never read
+// into a result.
 struct BodyLane {
-  float force[3];
-  float velOverH[3];
-  float invMass;
-  float invInertia;
+  Float4 force;
+  Float4 velOverH;
+  Float4 invMass;
 };
 
 // One equation row laid out for the sweep (one cache line), built once per
 // sub-step. Body indices are lanes (body row / 3), -1 without a body. The force
 // a row applies is not stored: J * lambda of its previous visit is recomputed
 // from prevSolution with the same multiplication, which gives the same bits.
+// The Jacobian blocks carry a zero fourth element.
 struct alignas(64) PackedRow {
-  float jSrc[3];
-  float jDst[3];
+  Float4 jSrc;
+  Float4 jDst;
   float rhsOverH;
   float invEffMass;
   float lowerBound;
@@ -150,12 +157,14 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
   for (int b = 0; b < bodyCount; ++b) {
     BodyLane& lane = s.lanes[static_cast<std::size_t>(b)];
     const int r = 3 * b;
+    lane.force = Float4{0.0f, 0.0f, 0.0f, 0.0f};
+    lane.velOverH = Float4{0.0f, 0.0f, 0.0f, 0.0f};
     for (int c = 0; c < 3; ++c) {
       lane.force[c] = bodies.force(r + c);
       lane.velOverH[c] = bodies.velocity(r + c) / h;
     }
-    lane.invMass = bodies.invMass(r, 0);
-    lane.invInertia = bodies.invMass(r + 2, 2);
+    const float invMass = bodies.invMass(r, 0);
+    lane.invMass = Float4{invMass, invMass, bodies.invMass(r + 2, 2), 0.0f};
   }
 
   const int n = eq.rowCount;
@@ -169,10 +178,8 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
     PackedRow& row = s.rows[static_cast<std::size_t>(k)];
     const float* jSrc = rowPtr(eq.jacobianSrc, k);
     const float* jDst = rowPtr(eq.jacobianDst, k);
-    for (int c = 0; c < 3; ++c) {
-      row.jSrc[c] = jSrc[c];
-      row.jDst[c] = jDst[c];
-    }
+    row.jSrc = Float4{jSrc[0], jSrc[1], jSrc[2], 0.0f};
+    row.jDst = Float4{jDst[0], jDst[1], jDst[2], 0.0f};
     row.rhsOverH = eq.rhs(k) * invH;
     row.invEffMass = eq.invEffMass(k);
     row.lowerBound = eq.lowerBound(k);
@@ -209,20 +216,21 @@ inline float clampToBounds(float lambda, float lo, float hi) {
 // returns the lane's part of the row's residual. In the first sweep of a
 // sub-step the row has applied nothing yet and nothing is subtracted.
 template <bool kFirstSweep>
-inline float removeAndMeasure(BodyLane& lane, const float* j, float prevLambda, bool angular) {
+inline float removeAndMeasure(BodyLane& lane, const Float4& j, float prevLambda, bool angular) {
   if (!kFirstSweep) {
     lane.force[0] -= j[0] * prevLambda;
     lane.force[1] -= j[1] * prevLambda;
     if (angular) lane.force[2] -= j[2] * prevLambda;
   }
-  float e = -((lane.force[0] * lane.invMass + lane.velOverH[0]) * j[0] +
-              (lane.force[1] * lane.invMass + lane.velOverH[1]) * j[1]);
-  if (angular) e -= (lane.velOverH[2] + lane.invInertia * lane.force[2]) * j[2];
+  const float invMass = lane.invMass[0];
+  float e = -((lane.force[0] * invMass + lane.velOverH[0]) * j[0] +
+              (lane.force[1] * invMass + lane.velOverH[1]) * j[1]);
+  if (angular) e -= (lane.velOverH[2] + lane.invMass[2] * lane.force[2]) * j[2];
   return e;
 }
 
 // Adds the row's new force J * lambda to the lane.
-inline void applyForce(BodyLane& lane, const float* j, float lambda, bool angular) {
+inline void applyForce(BodyLane& lane, const Float4& j, float lambda, bool angular) {
   lane.force[0] += j[0] * lambda;
   lane.force[1] += j[1] * lambda;
   if (angular) lane.force[2] += j[2] * lambda;
@@ -234,27 +242,45 @@ inline void applyForce(BodyLane& lane, const float* j, float lambda, bool angula
 // keeps in flight, and the values and operations are those of the two steps
 // above.
 template <bool kFirstSweep>
-inline float takeOutAndMeasure(const BodyLane& lane, float (&f)[3], const float* j,
-                               float prevLambda, bool angular) {
-  f[0] = lane.force[0];
-  f[1] = lane.force[1];
-  f[2] = lane.force[2];
+inline float takeOutAndMeasure(const BodyLane& lane, Float4& f, const Float4& j, float prevLambda,
+                               bool angular) {
+  f = lane.force;
   if (!kFirstSweep) {
     f[0] -= j[0] * prevLambda;
     f[1] -= j[1] * prevLambda;
     if (angular) f[2] -= j[2] * prevLambda;
   }
-  float e = -((f[0] * lane.invMass + lane.velOverH[0]) * j[0] +
-              (f[1] * lane.invMass + lane.velOverH[1]) * j[1]);
-  if (angular) e -= (lane.velOverH[2] + lane.invInertia * f[2]) * j[2];
+  const float invMass = lane.invMass[0];
+  float e =
+      -((f[0] * invMass + lane.velOverH[0]) * j[0] + (f[1] * invMass + lane.velOverH[1]) * j[1]);
+  if (angular) e -= (lane.velOverH[2] + lane.invMass[2] * f[2]) * j[2];
   return e;
 }
 
-inline void putBack(BodyLane& lane, const float (&f)[3], const float* j, float lambda,
-                    bool angular) {
+inline void putBack(BodyLane& lane, const Float4& f, const Float4& j, float lambda, bool angular) {
   lane.force[0] = f[0] + j[0] * lambda;
   lane.force[1] = f[1] + j[1] * lambda;
   if (angular) lane.force[2] = f[2] + j[2] * lambda;
+}
+
+// takeOutAndMeasure for a body with a rotational freedom, all three
+// components at once. Per component: f - j * prev, then (f * invMass + v / h)
+// * j, the products and sums of the scalar form with their operands swapped
+// at most (which gives the same bits); the three terms are then summed in the
+// scalar order.
+template <bool kFirstSweep>
+inline float takeOutAndMeasureRotating(const BodyLane& lane, Float4& f, const Float4& j,
+                                       float prevLambda) {
+  f = lane.force;
+  if (!kFirstSweep) f = f - j * prevLambda;
+  const Float4 t = (f * lane.invMass + lane.velOverH) * j;
+  return -(t[0] + t[1]) - t[2];
+}
+
+// putBack for a body with a rotational freedom. The padding element follows
+// along (it is 0 + 0 * lambda) and is never read into a result.
+inline void putBackRotating(BodyLane& lane, const Float4& f, const Float4& j, float lambda) {
+  lane.force = f + j * lambda;
 }
 
 // One projected sweep over the rows in `order`. The lambdas of the previous
@@ -288,16 +314,18 @@ void sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, 
       return lambda;
     };
     if (row.twoRotatingBodies != 0) {
-      float fSrc[3];
-      float fDst[3];
-      const float eSrc = takeOutAndMeasure<kFirstSweep>(lanes[laneSrc], fSrc, row.jSrc, prev, true);
-      const float eDst = takeOutAndMeasure<kFirstSweep>(lanes[laneDst], fDst, row.jDst, prev, true);
+      Float4 fSrc;
+      Float4 fDst;
+      const float eSrc =
+          takeOutAndMeasureRotating<kFirstSweep>(lanes[laneSrc], fSrc, row.jSrc, prev);
+      const float eDst =
+          takeOutAndMeasureRotating<kFirstSweep>(lanes[laneDst], fDst, row.jDst, prev);
       const float lambda = project(eSrc, eDst);
-      putBack(lanes[laneSrc], fSrc, row.jSrc, lambda, true);
-      putBack(lanes[laneDst], fDst, row.jDst, lambda, true);
+      putBackRotating(lanes[laneSrc], fSrc, row.jSrc, lambda);
+      putBackRotating(lanes[laneDst], fDst, row.jDst, lambda);
     } else if (laneSrc != laneDst || laneSrc == -1) {
-      float fSrc[3] = {0.0f, 0.0f, 0.0f};
-      float fDst[3] = {0.0f, 0.0f, 0.0f};
+      Float4 fSrc = {0.0f, 0.0f, 0.0f, 0.0f};
+      Float4 fDst = {0.0f, 0.0f, 0.0f, 0.0f};
       float eSrc = 0.0f;
       float eDst = 0.0f;
       if (laneSrc != -1) {
