@@ -53,26 +53,27 @@ class xRowSorter {
     std::uint32_t* top = counts_ + kTop;
 
     // Splits off the zero changes without branches (the split is
-    // unpredictable); in the first sweep of a sub-step every key is zero and
-    // the order is the row order.
-    int m = 0;
-    int z = 0;
-    for (int i = 0; i < n; ++i) {
-      const std::uint32_t k = rowOrderKey(keys[i]);
-      a[m] = (static_cast<std::uint64_t>(k) << 32) | static_cast<std::uint32_t>(i);
-      zeros[z] = i;
-      const int isZero = k == kZeroKey ? 1 : 0;
-      m += 1 - isZero;
-      z += isZero;
-    }
-    // The digit counts of all three passes, in one pass over the others.
+    // unpredictable) and counts the digits of all three passes on the way;
+    // in the first sweep of a sub-step every key is zero and the order is the
+    // row order. The zero keys are counted as well (in the top bucket of
+    // every digit, which keeps the loop free of a test) and taken out after.
     std::memset(counts_, 0, sizeof counts_);
-    for (int i = 0; i < m; ++i) {
-      const std::uint32_t k = static_cast<std::uint32_t>(a[i] >> 32);
+    int m = 0;
+    for (int i = 0; i < n; ++i) {
+      std::uint32_t bits;
+      std::memcpy(&bits, &keys[i], sizeof bits);
+      const std::uint32_t k = ~bits & kZeroKey;  // rowOrderKey
+      a[m] = (static_cast<std::uint64_t>(k) << 32) | static_cast<std::uint32_t>(i);
+      zeros[i - m] = i;
       ++low0[k & kMask0];
       ++low1[(k >> kShift1) & kMask1];
       ++top[k >> kShift2];
+      m += k != kZeroKey ? 1 : 0;
     }
+    const int z = n - m;
+    low0[kZeroKey & kMask0] -= static_cast<std::uint32_t>(z);
+    low1[(kZeroKey >> kShift1) & kMask1] -= static_cast<std::uint32_t>(z);
+    top[kZeroKey >> kShift2] -= static_cast<std::uint32_t>(z);
 
     if (m > 0) {
       const std::uint32_t first = static_cast<std::uint32_t>(a[0] >> 32);
