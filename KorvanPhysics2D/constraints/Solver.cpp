@@ -203,25 +203,20 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
   }
 }
 
-typedef std::int32_t Int4 __attribute__((vector_size(16)));
-
-// a where mask is set, else b, element by element.
-inline Float4 select(Int4 mask, Float4 a, Float4 b) {
-  return reinterpret_cast<Float4>((reinterpret_cast<Int4>(a) & mask) |
-                                  (reinterpret_cast<Int4>(b) & ~mask));
-}
-
 // lambda clamped to [lo, hi]: lo when lambda < lo or lambda is NaN, else hi
-// when hi < lambda. The two comparisons are selects, not branches: the rows
-// come in change order and which bound holds is unpredictable. (Written on
-// scalars, the compiler turns them back into branches.)
+// when hi < lambda. Written as a minimum and then a maximum, which the
+// compiler emits as single instructions: the rows come in change order and a
+// branch on which bound holds would be unpredictable. The maximum compares
+// with min(hi, lambda) instead of lambda, which picks the same value unless
+// the bounds are crossed (hi < lo); that case, and a NaN lambda, take
+// branches that are practically never taken.
 inline float clampToBounds(float lambda, float lo, float hi) {
-  if (__builtin_expect(std::isnan(lambda), 0)) return lo;
-  const Float4 l = {lambda, lambda, lambda, lambda};
-  const Float4 vlo = {lo, lo, lo, lo};
-  const Float4 vhi = {hi, hi, hi, hi};
-  const Float4 upper = select(vhi < l, vhi, l);
-  return select(l < vlo, vlo, upper)[0];
+  if (__builtin_expect(std::isnan(lambda) || hi < lo, 0)) {
+    if (lambda < lo || std::isnan(lambda)) return lo;
+    return hi < lambda ? hi : lambda;
+  }
+  const float upper = hi < lambda ? hi : lambda;
+  return lo > upper ? lo : upper;
 }
 
 // Takes the row's previous force (J * its previous lambda) out of the lane and
