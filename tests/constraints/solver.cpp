@@ -135,6 +135,27 @@ TEST_F(Solver, BoundsScaledByAnotherRowAreZeroInTheFirstSweep) {
   EXPECT_FLOAT_EQ(a->getVelocity().y, 1.0f);
 }
 
+TEST_F(Solver, CrossedBoundsGiveTheLowerBoundUnlessTheForceIsAboveIt) {
+  // Row 0 pulls with force -10, so row 1's bounds +-0.5 times that force are
+  // crossed in the second sweep: lo = 5 above hi = -5. The lower-bound test
+  // comes first; a force not below lo is then checked against hi.
+  const struct {
+    float rhs;  // row 1's own force is rhs / h = 10 rhs
+    float expected;
+  } cases[] = {{5.0f, -5.0f}, {0.2f, 5.0f}, {-1.0f, 5.0f}};
+  for (const auto& c : cases) {
+    xBody* a = makeBody(Vec3(0.0f, 0.0f, 0.0f));
+    RowSet contact(a, nullptr);
+    TestRow crossed = axisRow(0, c.rhs, -0.5f, 0.5f);
+    crossed.boundScaleOffset = 0;
+    contact.rows = {axisRow(1, -1.0f), crossed};
+    cfg->cfg_maxIterations = 2;
+    solve({a}, {&contact}, 0.1f);
+    EXPECT_EQ(contact.lastStream->solution(0), -10.0f);
+    EXPECT_EQ(contact.lastStream->solution(1), c.expected) << "rhs " << c.rhs;
+  }
+}
+
 TEST_F(Solver, StoreSolutionsHandsEachSetTheRowsFormedBeforeIt) {
   xBody* a = makeBody(Vec3(0.0f, 0.0f, 0.0f));
   xBody* b = makeBody(Vec3(1.0f, 0.0f, 0.0f));
