@@ -156,8 +156,8 @@ void BM_SolvePyramidGroup(benchmark::State& state) {
     state.counters["bodies"] = group.bodyArray.size();
     state.counters["rows"] = rows;
     state.counters["sweeps"] = sweeps;
-    // Time per row per sweep, sort and the per-solve set-up included: seconds,
-    // printed with an SI prefix (8n is 8 ns).
+    // CPU time per row per sweep, the sorts and the per-solve set-up included
+    // (printed as seconds with an SI prefix: 8ns).
     state.counters["perRowSweep"] = benchmark::Counter(
         static_cast<double>(rows) * sweeps,
         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);

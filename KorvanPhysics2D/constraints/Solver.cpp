@@ -94,7 +94,7 @@ void fillFloats(xVector& v, int count, float value) {
 // rows before use. Without constraint sets no equation row is read at all.
 void resetForSubstep(xEquationStream& eq, xBodyStream& bodies, int rows, int bodyRows) {
   if (rows > 0) {
-    xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual,   &eq.invEffMass,
+    xVector* zeroed[] = {&eq.solution, &eq.prevSolution, &eq.residual, &eq.invEffMass,
                          &eq.change,   &eq.rhs,          &eq.relaxation, &eq.compliance};
     for (xVector* v : zeroed) fillFloats(*v, rows, 0.0f);
     fillFloats(eq.lowerBound, rows, -kvnBigValue);
@@ -285,7 +285,8 @@ inline float takeOutAndMeasureRotating(const BodyLane& lane, Float4& f, const Fl
 }
 
 // putBack for a body with a rotational freedom. The padding element follows
-// along (it is 0 + 0 * lambda) and is never read into a result.
+// along (0 - 0 * prev + 0 * lambda: zero, or NaN after an infinite force) and
+// is never read into a result.
 inline void putBackRotating(BodyLane& lane, const Float4& f, const Float4& j, float lambda) {
   lane.force = f + j * lambda;
 }
