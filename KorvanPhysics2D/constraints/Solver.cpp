@@ -157,12 +157,10 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
   for (int b = 0; b < bodyCount; ++b) {
     BodyLane& lane = s.lanes[static_cast<std::size_t>(b)];
     const int r = 3 * b;
-    lane.force = Float4{0.0f, 0.0f, 0.0f, 0.0f};
-    lane.velOverH = Float4{0.0f, 0.0f, 0.0f, 0.0f};
-    for (int c = 0; c < 3; ++c) {
-      lane.force[c] = bodies.force(r + c);
-      lane.velOverH[c] = bodies.velocity(r + c) / h;
-    }
+    // Each vector written whole: the sweep loads it whole right after.
+    lane.force = Float4{bodies.force(r), bodies.force(r + 1), bodies.force(r + 2), 0.0f};
+    lane.velOverH = Float4{bodies.velocity(r) / h, bodies.velocity(r + 1) / h,
+                           bodies.velocity(r + 2) / h, 0.0f};
     const float invMass = bodies.invMass(r, 0);
     lane.invMass = Float4{invMass, invMass, bodies.invMass(r + 2, 2), 0.0f};
   }
@@ -204,14 +202,18 @@ void packSubstep(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int 
 }
 
 // lambda clamped to [lo, hi]: lo when lambda < lo or lambda is NaN, else hi
-// when hi < lambda. Written as a minimum and then a maximum, which the
-// compiler emits as single instructions: the rows come in change order and a
-// branch on which bound holds would be unpredictable. The maximum compares
-// with min(hi, lambda) instead of lambda, which picks the same value unless
-// the bounds are crossed (hi < lo); that case, and a NaN lambda, take
-// branches that are practically never taken.
+// when hi < lambda. Two forms that give the same value. With branches: in a
+// small group the rows share bodies, one row waits for the one before, and
+// the comparisons, well predicted there, stay off that chain. With a minimum
+// and then a maximum (single instructions): in a large group the rows come
+// in change order, rarely wait for each other, and a branch on which bound
+// holds would be unpredictable. The maximum compares with min(hi, lambda)
+// instead of lambda, which picks the same value unless the bounds are crossed
+// (hi < lo); that case, and a NaN lambda, take branches that are practically
+// never taken.
+template <bool kMinMax>
 inline float clampToBounds(float lambda, float lo, float hi) {
-  if (__builtin_expect(std::isnan(lambda) || hi < lo, 0)) {
+  if (!kMinMax || __builtin_expect(std::isnan(lambda) || hi < lo, 0)) {
     if (lambda < lo || std::isnan(lambda)) return lo;
     return hi < lambda ? hi : lambda;
   }
@@ -219,39 +221,15 @@ inline float clampToBounds(float lambda, float lo, float hi) {
   return lo > upper ? lo : upper;
 }
 
-// Takes the row's previous force (J * its previous lambda) out of the lane and
-// returns the lane's part of the row's residual. In the first sweep of a
-// sub-step the row has applied nothing yet and nothing is subtracted.
-template <bool kFirstSweep>
-inline float removeAndMeasure(BodyLane& lane, const Float4& j, float prevLambda, bool angular) {
-  if (!kFirstSweep) {
-    lane.force[0] -= j[0] * prevLambda;
-    lane.force[1] -= j[1] * prevLambda;
-    if (angular) lane.force[2] -= j[2] * prevLambda;
-  }
-  const float invMass = lane.invMass[0];
-  float e = -((lane.force[0] * invMass + lane.velOverH[0]) * j[0] +
-              (lane.force[1] * invMass + lane.velOverH[1]) * j[1]);
-  if (angular) e -= (lane.velOverH[2] + lane.invMass[2] * lane.force[2]) * j[2];
-  return e;
-}
-
-// Adds the row's new force J * lambda to the lane.
-inline void applyForce(BodyLane& lane, const Float4& j, float lambda, bool angular) {
-  lane.force[0] += j[0] * lambda;
-  lane.force[1] += j[1] * lambda;
-  if (angular) lane.force[2] += j[2] * lambda;
-}
-
-// The same two steps for a row whose two bodies differ, on a copy of the
-// lane's force row held in registers: the lane is then stored once per row
-// instead of twice. Stores, not arithmetic, bound how many rows the processor
-// keeps in flight, and the values and operations are those of the two steps
-// above.
+// Takes the row's previous force (J * its previous lambda) out of f, a copy of
+// the lane's force row held in a register, and returns the lane's part of the
+// row's residual. In the first sweep of a sub-step the row has applied nothing
+// yet and nothing is subtracted. The lane's force row is loaded and stored
+// whole (and once per row): a vector load right after element stores to the
+// same lane would wait for them to reach the cache.
 template <bool kFirstSweep>
 inline float takeOutAndMeasure(const BodyLane& lane, Float4& f, const Float4& j, float prevLambda,
                                bool angular) {
-  f = lane.force;
   if (!kFirstSweep) {
     f[0] -= j[0] * prevLambda;
     f[1] -= j[1] * prevLambda;
@@ -264,10 +242,11 @@ inline float takeOutAndMeasure(const BodyLane& lane, Float4& f, const Float4& j,
   return e;
 }
 
-inline void putBack(BodyLane& lane, const Float4& f, const Float4& j, float lambda, bool angular) {
-  lane.force[0] = f[0] + j[0] * lambda;
-  lane.force[1] = f[1] + j[1] * lambda;
-  if (angular) lane.force[2] = f[2] + j[2] * lambda;
+// Adds the row's new force J * lambda to f.
+inline void applyForce(Float4& f, const Float4& j, float lambda, bool angular) {
+  f[0] += j[0] * lambda;
+  f[1] += j[1] * lambda;
+  if (angular) f[2] += j[2] * lambda;
 }
 
 // takeOutAndMeasure for a body with a rotational freedom, all three
@@ -293,7 +272,7 @@ inline void putBackRotating(BodyLane& lane, const Float4& f, const Float4& j, fl
 
 // One projected sweep over the rows in `order`. The lambdas of the previous
 // sweep are read from prevSolution, the new ones written to solution.
-template <bool kFirstSweep>
+template <bool kFirstSweep, bool kMinMax>
 void sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, float* solution,
            float* change, float* residual) {
   BodyLane* lanes = s.lanes.data();
@@ -315,7 +294,7 @@ void sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, 
       const float scale = prevSolution[row.boundScaleSlot];
       const float lo = row.lowerBound * scale;
       const float hi = row.upperBound * scale;
-      const float lambda = clampToBounds(res * row.invEffMass, lo, hi);
+      const float lambda = clampToBounds<kMinMax>(res * row.invEffMass, lo, hi);
       solution[k] = lambda;
       const float c = std::fabs(lambda - prev);
       change[k] = c;
@@ -337,22 +316,32 @@ void sweep(SweepScratch& s, const int* order, int n, const float* prevSolution, 
       float eSrc = 0.0f;
       float eDst = 0.0f;
       if (laneSrc != -1) {
+        fSrc = lanes[laneSrc].force;
         eSrc = takeOutAndMeasure<kFirstSweep>(lanes[laneSrc], fSrc, row.jSrc, prev, angularSrc);
       }
       if (laneDst != -1) {
+        fDst = lanes[laneDst].force;
         eDst = takeOutAndMeasure<kFirstSweep>(lanes[laneDst], fDst, row.jDst, prev, angularDst);
       }
       const float lambda = project(eSrc, eDst);
-      if (laneSrc != -1) putBack(lanes[laneSrc], fSrc, row.jSrc, lambda, angularSrc);
-      if (laneDst != -1) putBack(lanes[laneDst], fDst, row.jDst, lambda, angularDst);
+      if (laneSrc != -1) {
+        applyForce(fSrc, row.jSrc, lambda, angularSrc);
+        lanes[laneSrc].force = fSrc;
+      }
+      if (laneDst != -1) {
+        applyForce(fDst, row.jDst, lambda, angularDst);
+        lanes[laneDst].force = fDst;
+      }
     } else {
       // Both ends on one body: the second step sees the first one's update.
       BodyLane& lane = lanes[laneSrc];
-      const float eSrc = removeAndMeasure<kFirstSweep>(lane, row.jSrc, prev, angularSrc);
-      const float eDst = removeAndMeasure<kFirstSweep>(lane, row.jDst, prev, angularDst);
+      Float4 f = lane.force;
+      const float eSrc = takeOutAndMeasure<kFirstSweep>(lane, f, row.jSrc, prev, angularSrc);
+      const float eDst = takeOutAndMeasure<kFirstSweep>(lane, f, row.jDst, prev, angularDst);
       const float lambda = project(eSrc, eDst);
-      applyForce(lane, row.jSrc, lambda, angularSrc);
-      applyForce(lane, row.jDst, lambda, angularDst);
+      applyForce(f, row.jSrc, lambda, angularSrc);
+      applyForce(f, row.jDst, lambda, angularDst);
+      lane.force = f;
     }
   }
 }
@@ -414,12 +403,21 @@ void runSweeps(SweepScratch& s, xEquationStream& eq, xBodyStream& bodies, int bo
   int* order = eq.sweepOrder.dataPtr();
   float* prev = s.prev.data();
   float* next = s.next.data();
+  // The clamp's form (see clampToBounds): branches up to a few dozen rows.
+  constexpr int kLargeGroupRows = 64;
+  const bool minMax = n > kLargeGroupRows;
   for (int iteration = 0; iteration < maxIterations; ++iteration) {
     s.sorter.sortDescending(change, n, order);
     if (iteration == 0) {
-      sweep<true>(s, order, n, prev, next, change, residual);
+      if (minMax) {
+        sweep<true, true>(s, order, n, prev, next, change, residual);
+      } else {
+        sweep<true, false>(s, order, n, prev, next, change, residual);
+      }
+    } else if (minMax) {
+      sweep<false, true>(s, order, n, prev, next, change, residual);
     } else {
-      sweep<false>(s, order, n, prev, next, change, residual);
+      sweep<false, false>(s, order, n, prev, next, change, residual);
     }
     const bool done = relative ? converged<true>(change, n, tol) : converged<false>(change, n, tol);
     std::swap(prev, next);
