@@ -12,6 +12,7 @@
 #include <KorvanPhysics2D/dynamics/PhysicsContext.h>
 #include <KorvanPhysics2D/math/Scalar.h>
 
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -478,6 +479,18 @@ xGaussSouthwell::xGaussSouthwell() = default;
 
 xGaussSouthwell::~xGaussSouthwell() = default;
 
+namespace {
+// ceil(dt / maxSubstep), saturated to the int range (NaN gives 1), so that a
+// zero, tiny or non-finite cfg_maxSubstep cannot overflow the conversion.
+int substepCount(float dt, float maxSubstep) {
+  const double q = std::ceil(static_cast<double>(dt) / static_cast<double>(maxSubstep));
+  if (std::isnan(q)) return 1;
+  if (q >= static_cast<double>(INT_MAX)) return INT_MAX;
+  if (q <= static_cast<double>(INT_MIN)) return INT_MIN;
+  return static_cast<int>(q);
+}
+}  // namespace
+
 void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& constraints,
                             xIntegrator& integrator, float dt) {
   // The streams and scratch of the worker running this solve (the host's
@@ -500,10 +513,12 @@ void xGaussSouthwell::solve(xArray<xBody*>& bodies, xArray<xConstraintSet*>& con
 
   // The quotient is taken in double precision: 0.05 / 0.01 in floats gives
   // 5.0000002 and so 6 sub-steps; hosts rely on that count.
-  int n = static_cast<int>(
-      std::ceil(static_cast<double>(dt) / static_cast<double>(cfg->cfg_maxSubstep)));
-  if (bodyCount == 1) n = 1;
-  if (!cfg->cfg_substepping) n = 1;
+  int n = 1;
+  if (cfg->cfg_substepping && bodyCount != 1) {
+    KVN_CHECK(cfg->cfg_maxSubstep > 0.0f && std::isfinite(cfg->cfg_maxSubstep),
+              "xGaussSouthwell::solve", "cfg_maxSubstep is not positive and finite");
+    n = substepCount(dt, cfg->cfg_maxSubstep);
+  }
   h = dt / static_cast<float>(n);
   recordSubsteps(n);
   // Intended: every sub-step then spans the whole step.
