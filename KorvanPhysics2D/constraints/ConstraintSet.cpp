@@ -66,6 +66,7 @@ void xConstraintSet::restoreSolutions(xVector&, int) {}
 
 void xConstraintSet::initialize(xEntity* entity, xBody* bodySrc, xBody* bodyDst,
                                 const Vec3& placement) {
+  KVN_CHECK(bodySrc != nullptr, "xConstraintSet::initialize", "the joint has no source body");
   m_entityOwner = entity;
   release();
   attach(bodySrc, bodyDst);

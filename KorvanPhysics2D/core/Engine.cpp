@@ -88,6 +88,8 @@ xWorkerPool* KorvanPhysicsSDK::workerPool() {
 }
 
 void KorvanPhysicsSDK::updateF(float dt) {
+  KVN_CHECK(dt > 0.0f && kvnFinite(dt), "KorvanPhysicsSDK::updateF",
+            "time step is not positive and finite");
   fTimeStep = dt;
   ptrPhysicsContext->updateF(dt);
   fTimeNow = fTimeNow + fTimeStep;

@@ -1,3 +1,4 @@
+#include <KorvanPhysics2D/DebugCheck.h>
 #include <KorvanPhysics2D/core/Engine.h>
 #include <KorvanPhysics2D/core/Paragon.h>
 #include <KorvanPhysics2D/core/ParagonStore.h>
@@ -178,6 +179,7 @@ xParagon* xParagon::getPreviousDescendant() {
 }
 
 void xParagon::setRelPlacement(const Vec3& p) {
+  KVN_CHECK(kvnFiniteV3(p), "xParagon::setRelPlacement", "placement is not finite");
   const Vec3 parentAbs =
       ptrAscendant != nullptr ? ptrAscendant->absPlacement() : Vec3(0.0f, 0.0f, 0.0f);
   const Vec3 oldAbs = composePlacement(parentAbs, vRelPlacement);

@@ -45,6 +45,12 @@ xBody::~xBody() {
 }
 
 void xBody::initialize() {
+  KVN_CHECK(fMass > 0.0f && kvnFinite(fMass), "xBody::initialize",
+            "mass is zero, negative or not finite");
+  KVN_CHECK(fInertia > 0.0f && kvnFinite(fInertia), "xBody::initialize",
+            "inertia is zero, negative or not finite");
+  KVN_CHECK(kvnFiniteV2(vVelocity) && kvnFinite(fAngVelocity), "xBody::initialize",
+            "velocity is not finite");
   xParagon::initialize();
   xPhysicsContext* context = currentPhysicsContext();
   KVN_CHECK(context != nullptr, "xBody::initialize", "no engine: create it first");
@@ -94,10 +100,22 @@ float xBody::getIVec() const { return fInertia; }
 float xBody::getInvI() const { return 1.0f / fInertia; }
 Vec2 xBody::getVelocity() const { return vVelocity; }
 float xBody::getAngVelocity() const { return fAngVelocity; }
-void xBody::setVelocity(const Vec2& v) { vVelocity = v; }
-void xBody::setAngVelocity(const float& w) { fAngVelocity = w; }
-void xBody::addVelocity(const Vec2& v) { vVelocity += v; }
-void xBody::addAngVelocity(const float& w) { fAngVelocity += w; }
+void xBody::setVelocity(const Vec2& v) {
+  KVN_CHECK(kvnFiniteV2(v), "xBody::setVelocity", "velocity is not finite");
+  vVelocity = v;
+}
+void xBody::setAngVelocity(const float& w) {
+  KVN_CHECK(kvnFinite(w), "xBody::setAngVelocity", "angular velocity is not finite");
+  fAngVelocity = w;
+}
+void xBody::addVelocity(const Vec2& v) {
+  KVN_CHECK(kvnFiniteV2(v), "xBody::addVelocity", "velocity is not finite");
+  vVelocity += v;
+}
+void xBody::addAngVelocity(const float& w) {
+  KVN_CHECK(kvnFinite(w), "xBody::addAngVelocity", "angular velocity is not finite");
+  fAngVelocity += w;
+}
 float xBody::getTorque() const { return fTorque; }
 Vec2 xBody::getForce() const { return vForce; }
 void xBody::setTorque(const float& t) { fTorque = t; }

@@ -31,7 +31,16 @@ xShape::~xShape() {
   xShape::deactivate();
 }
 
+namespace {
+[[maybe_unused]] bool lacksEnvelope(xShape* shape) {
+  auto* primitive = dynamic_cast<xPrimitiveShape*>(shape);
+  return primitive != nullptr && primitive->ptrEnvelope == nullptr;
+}
+}  // namespace
+
 void xShape::initialize() {
+  KVN_CHECK(!lacksEnvelope(this), "xShape::initialize",
+            "the shape has no envelope (give its descriptor one with setEnvelope)");
   xParagon::initialize();
   collisionWorld("xShape::initialize")->addShape(this);
 }
@@ -93,10 +102,14 @@ xPrimitiveShape::~xPrimitiveShape() { delete ptrEnvelope; }
 float xPrimitiveShape::getTunnelingFreeMoveRatio(const Vec3&, const Vec3&) { return 1.0f; }
 
 Box2 xPrimitiveShape::getAbsBoundingBox() {
+  KVN_CHECK(ptrEnvelope != nullptr, "xPrimitiveShape::getAbsBoundingBox", "the shape has no envelope");
   return kvnTransformBox2Mtx23(kvnVec3ToMtx23(absPlacement()), ptrEnvelope->getBoundingBox());
 }
 
-int xPrimitiveShape::getColliderID() { return ptrEnvelope->getType(); }
+int xPrimitiveShape::getColliderID() {
+  KVN_CHECK(ptrEnvelope != nullptr, "xPrimitiveShape::getColliderID", "the shape has no envelope");
+  return ptrEnvelope->getType();
+}
 
 // --- descriptors ------------------------------------------------------------
 
