@@ -20,12 +20,18 @@ constexpr float xConfigurator::*kFloatFields[] = {
 };
 
 constexpr bool xConfigurator::*kBoolFields[] = {
-    &xConfigurator::cfg_autoDeactivate,     &xConfigurator::cfg_substepping,
-    &xConfigurator::cfg_preventTunneling,   &xConfigurator::cfg_skipSeparatingContacts,
-    &xConfigurator::cfg_friction,           &xConfigurator::cfg_restitution,
-    &xConfigurator::cfg_relativeTolerance,  &xConfigurator::cfg_angularDrag,
-    &xConfigurator::cfg_fullStepIntegration, &xConfigurator::cfg_storeSolutions,
-    &xConfigurator::cfg_reservedFlag1,      &xConfigurator::cfg_reservedFlag2,
+    &xConfigurator::cfg_autoDeactivate,
+    &xConfigurator::cfg_substepping,
+    &xConfigurator::cfg_preventTunneling,
+    &xConfigurator::cfg_skipSeparatingContacts,
+    &xConfigurator::cfg_friction,
+    &xConfigurator::cfg_restitution,
+    &xConfigurator::cfg_relativeTolerance,
+    &xConfigurator::cfg_angularDrag,
+    &xConfigurator::cfg_fullStepIntegration,
+    &xConfigurator::cfg_storeSolutions,
+    &xConfigurator::cfg_reservedFlag1,
+    &xConfigurator::cfg_reservedFlag2,
     &xConfigurator::cfg_reservedFlag3,
 };
 

@@ -7,14 +7,14 @@
 // a deleted object or a cycle in the hierarchy) and is free everywhere else:
 // any number, any order, any configuration.
 
-#include "ConfiguratorFields.h"
-#include "FuzzInput.h"
-#include "FuzzWorld.h"
-
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
+
+#include "ConfiguratorFields.h"
+#include "FuzzInput.h"
+#include "FuzzWorld.h"
 
 using namespace KorvanPHX2D;
 using namespace kvnfuzz;
@@ -27,10 +27,10 @@ constexpr double kMaxSubstepsPerStep = 64.0;
 constexpr int kMaxSteps = 48;
 constexpr int kMaxIterations = 200;
 
-const char* const kCategoryNames[] = {"default", "ignoreall", "notifier", "ghost",
+const char* const kCategoryNames[] = {"default", "ignoreall", "notifier",        "ghost",
                                       "fz_a",    "fz_b",      "no such category"};
-const char* const kMaterialNames[] = {"default_Material", "wood_hard", "rubber",
-                                      "fz_m0",            "fz_m1",     "no such material"};
+const char* const kMaterialNames[] = {"default_Material", "wood_hard", "rubber", "fz_m0", "fz_m1",
+                                      "no such material"};
 
 template <std::size_t N>
 const char* pickName(const char* const (&names)[N], FuzzInput& in) {
@@ -71,9 +71,15 @@ void opStep(Context& c) {
   if (c.steps >= kMaxSteps) return;
   float dt;
   switch (c.in.below(4)) {
-    case 0: dt = 1.0f / 60.0f; break;
-    case 1: dt = c.in.positive() * 0.01f; break;
-    default: dt = c.in.number(); break;
+    case 0:
+      dt = 1.0f / 60.0f;
+      break;
+    case 1:
+      dt = c.in.positive() * 0.01f;
+      break;
+    default:
+      dt = c.in.number();
+      break;
   }
   // Non-positive or non-finite steps are caller errors.
   if (!(dt > 0.0f) || !std::isfinite(dt)) return;
@@ -93,9 +99,15 @@ void opToggleSpace(Context& c) { g_ptrSDK->collisionContext()->bUseSpace = c.in.
 void opConfigure(Context& c) {
   xConfigurator* cfg = xConfigurator::Instance();
   switch (c.in.below(4)) {
-    case 0: cfg->cfg_gravity = c.in.vec2(); break;
-    case 1: cfg->*kFloatFields[c.in.below(kFloatFieldCount)] = c.in.number(); break;
-    case 2: cfg->*kBoolFields[c.in.below(kBoolFieldCount)] = c.in.flag(); break;
+    case 0:
+      cfg->cfg_gravity = c.in.vec2();
+      break;
+    case 1:
+      cfg->*kFloatFields[c.in.below(kFloatFieldCount)] = c.in.number();
+      break;
+    case 2:
+      cfg->*kBoolFields[c.in.below(kBoolFieldCount)] = c.in.flag();
+      break;
     default: {
       const int field = c.in.below(kIntFieldCount);
       // The iteration limit is capped only to keep one input fast.
@@ -115,8 +127,8 @@ void opRegistries(Context& c) {
     const float density = c.in.number();
     const float restitution = c.in.number();
     const float friction = c.in.number();
-    m->createMaterial(pickName(kMaterialNames, c.in), density, restitution, friction,
-                      c.in.number(), c.in.number());
+    m->createMaterial(pickName(kMaterialNames, c.in), density, restitution, friction, c.in.number(),
+                      c.in.number());
     (void)m->obtainMaterialByName(pickName(kMaterialNames, c.in));
   } else {
     xCategoryDispatcher* d = xCategoryDispatcher::Instance();
@@ -161,23 +173,37 @@ void opBodyState(Context& c) {
   xBody* b = FuzzWorld::pick(c.world.bodies, c.in.byte());
   if (b == nullptr) return;
   switch (c.in.below(10)) {
-    case 0: b->setVelocity(c.in.vec2()); break;
+    case 0:
+      b->setVelocity(c.in.vec2());
+      break;
     case 1: {
       const float w = c.in.number();
       b->setAngVelocity(w);
       break;
     }
-    case 2: b->addForce(c.in.vec2()); break;
+    case 2:
+      b->addForce(c.in.vec2());
+      break;
     case 3: {
       const float t = c.in.number();
       b->addTorque(t);
       break;
     }
-    case 4: b->setMass(c.in.number()); break;
-    case 5: b->setInertiaVec(c.in.number()); break;
-    case 6: b->addVelocity(c.in.vec2()); break;
-    case 7: b->fRestDelay = c.in.number(); break;
-    case 8: (void)b->getInvIMtx(), (void)b->getInvMassMtx(); break;
+    case 4:
+      b->setMass(c.in.number());
+      break;
+    case 5:
+      b->setInertiaVec(c.in.number());
+      break;
+    case 6:
+      b->addVelocity(c.in.vec2());
+      break;
+    case 7:
+      b->fRestDelay = c.in.number();
+      break;
+    case 8:
+      (void)b->getInvIMtx(), (void)b->getInvMassMtx();
+      break;
     default: {
       if (c.in.flag()) {
         b->clearGravity();
@@ -202,7 +228,8 @@ xPrimitive* makeEnvelope(FuzzInput& in) {
   const bool everyday = in.flag();
   auto size = [&]() { return everyday ? in.positive() : in.number(); };
   switch (in.below(3)) {
-    case 0: return new xPrimitiveCircle(size());
+    case 0:
+      return new xPrimitiveCircle(size());
     case 1: {
       const float w = size();
       return new xPrimitiveBox(w, size());
@@ -221,8 +248,8 @@ void opCreateShape(Context& c) {
   desc.setEnvelope(makeEnvelope(c.in));
   desc.setCategory(pickName(kCategoryNames, c.in));
   if (c.in.flag()) {
-    xMaterial* m = xMaterialDispatcher::Instance()->obtainMaterialByName(
-        pickName(kMaterialNames, c.in));
+    xMaterial* m =
+        xMaterialDispatcher::Instance()->obtainMaterialByName(pickName(kMaterialNames, c.in));
     if (m != nullptr) desc.setMaterial(m);
   }
   xShape* shape = g_ptrSDK->createShape(desc);
@@ -252,16 +279,22 @@ void opShapeState(Context& c) {
   xShape* s = FuzzWorld::pick(c.world.shapes, c.in.byte());
   if (s == nullptr) return;
   switch (c.in.below(5)) {
-    case 0: s->setCollisionCategory(pickName(kCategoryNames, c.in)); break;
+    case 0:
+      s->setCollisionCategory(pickName(kCategoryNames, c.in));
+      break;
     case 1: {
       auto* ps = dynamic_cast<xPrimitiveShape*>(s);
-      xMaterial* m = xMaterialDispatcher::Instance()->obtainMaterialByName(
-          pickName(kMaterialNames, c.in));
+      xMaterial* m =
+          xMaterialDispatcher::Instance()->obtainMaterialByName(pickName(kMaterialNames, c.in));
       if (ps != nullptr && m != nullptr) ps->setMaterial(m);
       break;
     }
-    case 2: s->setOwner(FuzzWorld::pick(c.world.engineEntities, c.in.byte())); break;
-    case 3: (void)s->getAbsBoundingBox(); break;
+    case 2:
+      s->setOwner(FuzzWorld::pick(c.world.engineEntities, c.in.byte()));
+      break;
+    case 3:
+      (void)s->getAbsBoundingBox();
+      break;
     default: {
       // Geometry changed in place, as a host resizing a shape would.
       auto* ps = dynamic_cast<xPrimitiveShape*>(s);
@@ -297,10 +330,18 @@ void opPlacement(Context& c) {
   if (p == nullptr) return;
   const Vec3 v = c.in.vec3();
   switch (c.in.below(4)) {
-    case 0: p->setRelPlacement(v); break;
-    case 1: p->setAbsPlacement(v); break;
-    case 2: (void)p->absPlacement(); break;
-    default: (void)p->getTunnelingFreeMoveRatio(p->absPlacement(), v); break;
+    case 0:
+      p->setRelPlacement(v);
+      break;
+    case 1:
+      p->setAbsPlacement(v);
+      break;
+    case 2:
+      (void)p->absPlacement();
+      break;
+    default:
+      (void)p->getTunnelingFreeMoveRatio(p->absPlacement(), v);
+      break;
   }
 }
 
@@ -337,7 +378,9 @@ void opCreateJoint(Context& c) {
   xMotorConstraintDesc motor;
   xJointDesc* desc;
   switch (c.in.below(3)) {
-    case 0: desc = &ball; break;
+    case 0:
+      desc = &ball;
+      break;
     case 1:
       spring.stiffness = c.in.number();
       spring.damping = c.in.number();
@@ -365,8 +408,12 @@ void opJointState(Context& c) {
   xConstraintSet* j = FuzzWorld::pick(c.world.joints, c.in.byte());
   if (j == nullptr) return;
   switch (c.in.below(5)) {
-    case 0: j->release(); break;
-    case 1: c.world.deleteJoint(j); break;
+    case 0:
+      j->release();
+      break;
+    case 1:
+      c.world.deleteJoint(j);
+      break;
     case 2: {
       const Vec3 a = c.in.vec3();
       j->setJointPlacement(a, c.in.vec3());

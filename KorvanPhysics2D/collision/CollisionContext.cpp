@@ -15,6 +15,19 @@
 
 namespace KorvanPHX2D {
 
+namespace {
+
+// Whether a body can share a solve with others: a state or mass the host made
+// non-finite (or a mass that is not positive) would spread through the group's
+// equations to every body it touches. Static geometry (null) always can.
+bool isSoundBody(const xBody* b) {
+  return b == nullptr ||
+         (kvnFiniteV3(b->vRelPlacement) && kvnFiniteV2(b->vVelocity) && kvnFinite(b->fAngVelocity) &&
+          b->fMass > 0.0f && kvnFinite(b->fMass) && b->fInertia > 0.0f && kvnFinite(b->fInertia));
+}
+
+}  // namespace
+
 void dispatchPair(xShape* first, xShape* second) {
   const int k1 = first->getColliderID();
   const int k2 = second->getColliderID();
@@ -151,6 +164,12 @@ void xCollisionContext::generateContacts() {
 
 bool xCollisionContext::createTempContact(xShape* a, xShape* b, xMaterial* ma, xMaterial* mb,
                                           const Vec2& point, float depth, const Vec2& normal) {
+  // Such a body, or non-finite geometry, moves on its own instead of making
+  // the whole pile non-finite; every contact of finite bodies passes.
+  if (!kvnFiniteV2(point) || !kvnFinite(depth) || !kvnFiniteV2(normal) ||
+      !isSoundBody(a->ptrBody) || !isSoundBody(b->ptrBody)) {
+    return false;
+  }
   xCategoryDispatcher* categories = xCategoryDispatcher::Instance();
   const bool letGo = categories->shouldLetGoThrough(a, b);
   bool accepted = true;
