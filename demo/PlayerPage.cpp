@@ -251,7 +251,9 @@ const char* playerPageScript() {
     slider.value = String(index);
   }
 
-  // The last frame whose time is not after t.
+  // The frame nearest to t. Frame times come from the engine's float clock,
+  // so the last frame of a 10 s run may sit a hair after 10: "nearest" still
+  // reaches it where "last not after" stopped one frame short.
   function frameAt(t) {
     var lo = 0, hi = frames.length - 1;
     if (hi < 0) return 0;
@@ -260,6 +262,7 @@ const char* playerPageScript() {
       var mid = (lo + hi + 1) >> 1;
       if (frames[mid].t <= t) lo = mid; else hi = mid - 1;
     }
+    if (lo + 1 < frames.length && frames[lo + 1].t - t < t - frames[lo].t) lo = lo + 1;
     return lo;
   }
 

@@ -114,6 +114,48 @@ void writeTrajectory(const KorvanScenes::Scene& scene, TrajectoryCsv& csv, long&
   }
 }
 
+// How the bodies ended: asleep, awake but below the engine's rest speeds, or
+// still moving (at or above either rest speed, or with a non-finite speed).
+struct RestCount {
+  int asleep = 0;
+  int belowRestSpeeds = 0;
+  int moving = 0;
+  float largestMovingSpeed = 0.0f;
+};
+
+RestCount countResting(const std::vector<KorvanScenes::SceneBody>& bodies) {
+  const xConfigurator* cfg = xConfigurator::Instance();
+  RestCount count;
+  for (const KorvanScenes::SceneBody& b : bodies) {
+    if (!KorvanScenes::isAwake(b.body)) {
+      ++count.asleep;
+      continue;
+    }
+    const float speed = kvnLenV2(b.body->getVelocity());
+    const float spin = std::fabs(b.body->getAngVelocity());
+    if (speed < cfg->cfg_restLinearVelocity && spin < cfg->cfg_restAngularVelocity) {
+      ++count.belowRestSpeeds;
+    } else {
+      ++count.moving;
+      if (!(speed <= count.largestMovingSpeed)) count.largestMovingSpeed = speed;
+    }
+  }
+  return count;
+}
+
+std::string restText(const RestCount& c, int bodyCount) {
+  char text[160];
+  if (c.moving == 0) {
+    std::snprintf(text, sizeof text,
+                  "every body came to rest (%d asleep, %d below the rest speeds)", c.asleep,
+                  c.belowRestSpeeds);
+  } else {
+    std::snprintf(text, sizeof text, "%d of %d bodies still moving (fastest %.3g m/s)", c.moving,
+                  bodyCount, c.largestMovingSpeed);
+  }
+  return text;
+}
+
 std::string settingsText() {
   const xConfigurator* cfg = xConfigurator::Instance();
   std::string text = cfg->cfg_substepping ? "substeps on" : "substeps off";
@@ -203,6 +245,7 @@ int runScene(const DemoOptions& options) {
   int awake = 0;
   for (const KorvanScenes::SceneBody& b : scene->bodies()) awake += KorvanScenes::isAwake(b.body);
   const int bodyCount = static_cast<int>(scene->bodies().size());
+  const std::string rest = restText(countResting(scene->bodies()), bodyCount);
   const int staticCount = static_cast<int>(scene->statics().size());
   const int jointCount = static_cast<int>(scene->joints().size());
   const float simulated = g_ptrSDK->timeNow();
@@ -216,6 +259,7 @@ int runScene(const DemoOptions& options) {
               bodyCount, awake, bodyCount - awake, staticCount, jointCount);
   std::printf("  steps       %d x %g s = %.2f s simulated; %s\n", steps, dt, simulated,
               recording.settings.c_str());
+  std::printf("  rest        %s\n", rest.c_str());
   std::printf("  contacts    %.1f per step on average, %d at most\n",
               steps > 0 ? static_cast<double>(contactSum) / steps : 0.0, contactMax);
   std::printf("  time        %.3f ms per step (%.1f ms in all)\n",

@@ -47,7 +47,9 @@ class ShowcaseScene : public Scene {
     checkInside(result, -11.0f, -30.0f, 11.0f, 0.05f, "the walls");
     const float speed = largestSpeed(bodies());
     if (speed < 0.5f) {
-      result.passed.push_back("everything came to rest");
+      // Settled, not necessarily at rest: the summary counts the bodies
+      // still moving against the engine's rest speeds.
+      result.passed.push_back("nothing moves faster than 0.5 m/s");
     } else {
       char text[96];
       std::snprintf(text, sizeof text, "still moving: largest speed %.3f m/s", speed);

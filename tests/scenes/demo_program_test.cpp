@@ -138,4 +138,30 @@ TEST(DemoProgram, RunWritesAParsableTrajectoryAReplayPageAndASummary) {
   EXPECT_NE(html.find("\"steps\":120"), std::string::npos);
 }
 
+// The summary says "came to rest" only when no body is awake at or above the
+// engine's rest speeds; otherwise it counts the moving ones.
+TEST(DemoProgram, SummarySaysCameToRestOnlyWhenNothingMoves) {
+  const std::string dir = freshFolder("rest");
+  const struct {
+    const char* args;
+    const char* line;
+  } cases[] = {
+      // A chain still swinging after half a second.
+      {"chain --steps 50", "rest        10 of 10 bodies still moving (fastest "},
+      // Everything asleep in the end.
+      {"sleeping --sleep",
+       "rest        every body came to rest (8 asleep, 0 below the rest speeds)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args);
+    const DemoProcess p = runDemo(c.args, dir);
+    ASSERT_EQ(p.status, 0) << p.err;
+    EXPECT_NE(p.out.find(c.line), std::string::npos) << p.out;
+    EXPECT_EQ(p.out.find("came to rest") != std::string::npos,
+              std::string(c.line).find("came to rest") != std::string::npos)
+        << p.out;
+  }
+  std::filesystem::remove_all(dir);
+}
+
 }  // namespace
