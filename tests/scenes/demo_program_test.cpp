@@ -147,7 +147,7 @@ TEST(DemoProgram, SummarySaysCameToRestOnlyWhenNothingMoves) {
     const char* line;
   } cases[] = {
       // A chain still swinging after half a second.
-      {"chain --steps 50", "rest        10 of 10 bodies still moving (fastest "},
+      {"chain10 --steps 50", "rest        10 of 10 bodies still moving (fastest "},
       // Everything asleep in the end.
       {"sleeping --sleep",
        "rest        every body came to rest (8 asleep, 0 below the rest speeds)"},
