@@ -92,6 +92,41 @@ struct FuzzWorld {
     delete shape;
   }
 
+  // What destroyHierarchy (all = true) or destroyCompleteHierarchy (all =
+  // false: only the descendants with the root's owner, recursively) deletes.
+  static void collectDoomed(xParagon* node, xEntity* owner, bool all, std::vector<xParagon*>& out) {
+    out.push_back(node);
+    for (xParagon* c = node->getFirstDescendant(); c != nullptr; c = c->getNextDescendant()) {
+      if (all || c->getOwner() == owner) collectDoomed(c, owner, all, out);
+    }
+  }
+
+  // Deletes a subtree through the hierarchy's own calls, after doing for its
+  // bodies what a host does before deleting one.
+  void destroySubtree(xParagon* root, bool all) {
+    std::vector<xParagon*> doomed;
+    collectDoomed(root, root->getOwner(), all, doomed);
+    for (xParagon* p : doomed) {
+      auto* body = dynamic_cast<xBody*>(p);
+      if (body == nullptr) continue;
+      for (xConstraintSet* joint : std::vector<xConstraintSet*>(joints)) {
+        if (joint->bodySrc() == body || joint->bodyDst() == body) deleteJoint(joint);
+      }
+      for (xShape* shape : shapes) {
+        if (shape->getMainBody() == body) shape->ptrBody = nullptr;
+      }
+    }
+    for (xParagon* p : doomed) {
+      if (auto* body = dynamic_cast<xBody*>(p)) erase(bodies, body);
+      if (auto* shape = dynamic_cast<xShape*>(p)) erase(shapes, shape);
+    }
+    if (all) {
+      root->destroyHierarchy();
+    } else {
+      root->destroyCompleteHierarchy();
+    }
+  }
+
   // The entity's shapes lose their owner before it goes.
   void forgetEntity(xEntity* entity) {
     for (xShape* shape : shapes) {

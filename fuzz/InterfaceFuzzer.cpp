@@ -50,7 +50,7 @@ void opRecreateEngine(Context& c) {
   c.world.createEngine();
 }
 
-void opEngineQueries(Context& c) {
+void opEngineQueries(Context&) {
   KorvanPhysicsSDK* sdk = g_ptrSDK;
   (void)sdk->timeNow();
   (void)sdk->timeStep();
@@ -489,6 +489,26 @@ void opBroadPhaseQuery(Context& c) {
   }
 }
 
+void opDestroySubtree(Context& c) {
+  xParagon* root = pickParagon(c);
+  if (root != nullptr) c.world.destroySubtree(root, c.in.flag());
+}
+
+void opPrimitiveQueries(Context& c) {
+  auto* s = dynamic_cast<xPrimitiveShape*>(FuzzWorld::pick(c.world.shapes, c.in.byte()));
+  if (s == nullptr) return;
+  xPrimitive* p = s->ptrEnvelope;
+  (void)p->getType();
+  (void)p->getBoundingBox();
+  (void)p->inertia();
+  (void)p->volume();
+  (void)s->getColliderID();
+  xParagon* root = s;
+  while (root->getAscendant() != nullptr) root = root->getAscendant();
+  (void)root->getLastDescendant();
+  (void)s->getPreviousDescendant();
+}
+
 struct Operation {
   const char* name;
   void (*run)(Context&);
@@ -517,6 +537,8 @@ const Operation kOperations[] = {
     {"joint state", opJointState},
     {"entity", opEntity},
     {"broad-phase query", opBroadPhaseQuery},
+    {"destroy subtree", opDestroySubtree},
+    {"primitive queries", opPrimitiveQueries},
 };
 constexpr int kOperationCount = static_cast<int>(sizeof(kOperations) / sizeof(kOperations[0]));
 
