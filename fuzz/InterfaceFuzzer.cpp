@@ -372,7 +372,7 @@ void opCreateJoint(Context& c) {
   xBody* src = FuzzWorld::pick(c.world.bodies, c.in.byte());
   xBody* dst = c.in.flag() ? FuzzWorld::pick(c.world.bodies, c.in.byte()) : nullptr;
   if (src == nullptr) return;  // a joint needs a source body
-  if (dst == src) dst = nullptr;
+  if (dst == src) dst = nullptr;  // a joint from a body to itself is a caller error
   xBallSocketDesc ball;
   xSpringDesc spring;
   xMotorConstraintDesc motor;

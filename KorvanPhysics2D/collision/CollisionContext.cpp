@@ -21,9 +21,9 @@ namespace {
 // non-finite (or a mass that is not positive) would spread through the group's
 // equations to every body it touches. Static geometry (null) always can.
 bool isSoundBody(const xBody* b) {
-  return b == nullptr ||
-         (kvnFiniteV3(b->vRelPlacement) && kvnFiniteV2(b->vVelocity) && kvnFinite(b->fAngVelocity) &&
-          b->fMass > 0.0f && kvnFinite(b->fMass) && b->fInertia > 0.0f && kvnFinite(b->fInertia));
+  return b == nullptr || (kvnFiniteV3(b->vRelPlacement) && kvnFiniteV2(b->vVelocity) &&
+                          kvnFinite(b->fAngVelocity) && b->fMass > 0.0f && kvnFinite(b->fMass) &&
+                          b->fInertia > 0.0f && kvnFinite(b->fInertia));
 }
 
 }  // namespace

@@ -67,6 +67,8 @@ void xConstraintSet::restoreSolutions(xVector&, int) {}
 void xConstraintSet::initialize(xEntity* entity, xBody* bodySrc, xBody* bodyDst,
                                 const Vec3& placement) {
   KVN_CHECK(bodySrc != nullptr, "xConstraintSet::initialize", "the joint has no source body");
+  KVN_CHECK(bodySrc != bodyDst, "xConstraintSet::initialize",
+            "the source body is also the destination body");
   m_entityOwner = entity;
   release();
   attach(bodySrc, bodyDst);

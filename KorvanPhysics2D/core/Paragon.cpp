@@ -132,7 +132,19 @@ void xParagon::notifyMoved(const Vec3& from, const Vec3& to) {
   }
 }
 
+namespace {
+// Whether `node` is `root` or lies below it.
+[[maybe_unused]] bool isInSubtree(const xParagon* node, const xParagon* root) {
+  for (const xParagon* p = node; p != nullptr; p = p->ptrAscendant) {
+    if (p == root) return true;
+  }
+  return false;
+}
+}  // namespace
+
 void xParagon::setAscendant(xParagon* parent) {
+  KVN_CHECK(!isInSubtree(parent, this), "xParagon::setAscendant",
+            "the new parent is the object itself or lies below it (a cycle)");
   if (ptrAscendant != nullptr) {
     xParagon* oldParent = ptrAscendant;
     vRelPlacement = composePlacement(oldParent->absPlacement(), vRelPlacement);

@@ -39,6 +39,8 @@ xBody::xBody(float mass) : xBody() {
 }
 
 xBody::~xBody() {
+  KVN_CHECK(ptrFirstJoint == nullptr, "xBody::~xBody",
+            "joints are still attached to the body: release them first");
   xPhysicsContext* context = currentPhysicsContext();
   if (context != nullptr) context->removeBody(this);
   if (isActive()) xBody::deactivate();

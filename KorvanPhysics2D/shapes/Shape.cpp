@@ -102,7 +102,8 @@ xPrimitiveShape::~xPrimitiveShape() { delete ptrEnvelope; }
 float xPrimitiveShape::getTunnelingFreeMoveRatio(const Vec3&, const Vec3&) { return 1.0f; }
 
 Box2 xPrimitiveShape::getAbsBoundingBox() {
-  KVN_CHECK(ptrEnvelope != nullptr, "xPrimitiveShape::getAbsBoundingBox", "the shape has no envelope");
+  KVN_CHECK(ptrEnvelope != nullptr, "xPrimitiveShape::getAbsBoundingBox",
+            "the shape has no envelope");
   return kvnTransformBox2Mtx23(kvnVec3ToMtx23(absPlacement()), ptrEnvelope->getBoundingBox());
 }
 

@@ -78,6 +78,33 @@ TEST_F(CallerErrorDeathTest, EachErrorIsNamedInOneLine) {
          socket.initialize(nullptr, nullptr, nullptr, Vec3(0.0f, 0.0f, 0.0f));
        },
        "xConstraintSet::initialize: the joint has no source body"},
+      {"joint from a body to itself",
+       [this] {
+         xBody* b = addCircle(0, 0, 1);
+         xBallSocketDesc desc;
+         desc.bodySrc = desc.bodyDst = b;
+         g_ptrSDK->createConstraintSet(desc);
+       },
+       "xConstraintSet::initialize: the source body is also the destination body"},
+      {"body deleted with a joint attached",
+       [this] {
+         xBody* b = addCircle(0, 0, 1);
+         addSocket(b, 0.0f, -1.0f);
+         delete b;
+       },
+       "xBody::~xBody: joints are still attached to the body"},
+      {"shape made its own grandparent",
+       [this] {
+         xBody* b = addCircle(0, 0, 1);
+         xShape* shape = shapes.back();
+         xPrimitiveShapeDesc desc;
+         desc.setEnvelope(new xPrimitiveCircle(0.5f));
+         xShape* child = g_ptrSDK->createShape(desc);
+         child->setAscendant(shape);
+         (void)b;
+         shape->setAscendant(child);
+       },
+       "xParagon::setAscendant: the new parent is the object itself or lies below it"},
       {"zero sub-step length",
        [this] {
          addCircle(0, 0, 1);
