@@ -66,10 +66,12 @@ TEST_F(Engine, TheClockSumsTheStepsInFloatAndAZeroStepOnlyTicks) {
   EXPECT_EQ(sdk->timeNow(), 0.01f + 0.02f + 0.03f);
   EXPECT_EQ(sdk->currentTick(), 3u);
   EXPECT_EQ(sdk->lastTimeStep(), 0.03f);
+#if !defined(KVN_DEBUG_CHECKS)  // there, a step that is not positive is a named caller error
   const float before = sdk->timeNow();
   sdk->updateF(0.0f);
   EXPECT_EQ(sdk->timeNow(), before);
   EXPECT_EQ(sdk->currentTick(), 4u);
+#endif
 }
 
 TEST_F(Engine, EntitiesAreNotifiedOnceAndOnlyListedOnesAreDeleted) {
