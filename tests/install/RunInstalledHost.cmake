@@ -48,3 +48,8 @@ run(${WORK_DIR}/korvan-host-pkgconfig)
 if(NOT last_output MATCHES "host: body fell")
   message(FATAL_ERROR "unexpected output of the pkg-config host: ${last_output}")
 endif()
+
+# The valgrind suppressions hosts are pointed to in the README.
+if(NOT EXISTS ${prefix}/share/KorvanPhysics2D/korvanphysics2d.supp)
+  message(FATAL_ERROR "share/KorvanPhysics2D/korvanphysics2d.supp not installed")
+endif()
