@@ -17,13 +17,15 @@ namespace KorvanPHX2D {
 
 namespace {
 
-// Whether a body can share a solve with others: a state or mass the host made
-// non-finite (or a mass that is not positive) would spread through the group's
-// equations to every body it touches. Static geometry (null) always can.
+// Whether a body can share a solve with others: a state, mass or (for a
+// rotating body) inertia the host made non-finite or not positive would spread
+// through the group's equations to every body it touches. Static geometry
+// (null) always can.
 bool isSoundBody(const xBody* b) {
-  return b == nullptr || (kvnFiniteV3(b->vRelPlacement) && kvnFiniteV2(b->vVelocity) &&
-                          kvnFinite(b->fAngVelocity) && b->fMass > 0.0f && kvnFinite(b->fMass) &&
-                          b->fInertia > 0.0f && kvnFinite(b->fInertia));
+  if (b == nullptr) return true;
+  return kvnFiniteV3(b->vRelPlacement) && kvnFiniteV2(b->vVelocity) && kvnFinite(b->fAngVelocity) &&
+         b->fMass > 0.0f && kvnFinite(b->fMass) &&
+         ((b->fInertia > 0.0f && kvnFinite(b->fInertia)) || !b->canRotate());
 }
 
 }  // namespace

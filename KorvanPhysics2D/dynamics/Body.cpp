@@ -49,7 +49,7 @@ xBody::~xBody() {
 void xBody::initialize() {
   KVN_CHECK(fMass > 0.0f && kvnFinite(fMass), "xBody::initialize",
             "mass is zero, negative or not finite");
-  KVN_CHECK(fInertia > 0.0f && kvnFinite(fInertia), "xBody::initialize",
+  KVN_CHECK((fInertia > 0.0f && kvnFinite(fInertia)) || !canRotate(), "xBody::initialize",
             "inertia is zero, negative or not finite");
   KVN_CHECK(kvnFiniteV2(vVelocity) && kvnFinite(fAngVelocity), "xBody::initialize",
             "velocity is not finite");

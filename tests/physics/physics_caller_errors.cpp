@@ -11,6 +11,21 @@ namespace {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
+// A body that only translates needs no inertia: zero is no error, and the
+// body still collides.
+TEST_F(PhysicsWorld, APointMassWithoutInertiaRestsOnTheGround) {
+  addGroundLine();
+  xBody2DOFDesc desc;
+  desc.fInertia = 0.0f;
+  xBody* point = g_ptrSDK->createBody(desc);
+  bodies.push_back(point);
+  point->setRelPlacement(Vec3(0.0f, -3.0f, 0.0f));
+  addShape(new xPrimitiveCircle(0.5f), Vec3(0, 0, 0), nullptr, point);
+  point->initialize();
+  simulate(3.0f);
+  EXPECT_NEAR(at(point).y, -0.5f, 0.05f);
+}
+
 #if defined(KVN_DEBUG_CHECKS)
 
 using CallerErrorDeathTest = PhysicsWorld;
