@@ -371,7 +371,7 @@ void opCreateJoint(Context& c) {
   if (static_cast<int>(c.world.joints.size()) >= kMaxJoints) return;
   xBody* src = FuzzWorld::pick(c.world.bodies, c.in.byte());
   xBody* dst = c.in.flag() ? FuzzWorld::pick(c.world.bodies, c.in.byte()) : nullptr;
-  if (src == nullptr) return;  // a joint needs a source body
+  if (src == nullptr) return;     // a joint needs a source body
   if (dst == src) dst = nullptr;  // a joint from a body to itself is a caller error
   xBallSocketDesc ball;
   xSpringDesc spring;
@@ -509,6 +509,13 @@ void opPrimitiveQueries(Context& c) {
   (void)s->getPreviousDescendant();
 }
 
+// Counts below 1 are a caller error that the release build counts as 1; more
+// than a few workers only cost threads.
+void opWorkerCount(Context& c) {
+  g_ptrSDK->setWorkerCount(c.in.below(6) - 1);
+  (void)g_ptrSDK->workerCount();
+}
+
 struct Operation {
   const char* name;
   void (*run)(Context&);
@@ -539,6 +546,7 @@ const Operation kOperations[] = {
     {"broad-phase query", opBroadPhaseQuery},
     {"destroy subtree", opDestroySubtree},
     {"primitive queries", opPrimitiveQueries},
+    {"worker count", opWorkerCount},
 };
 constexpr int kOperationCount = static_cast<int>(sizeof(kOperations) / sizeof(kOperations[0]));
 
