@@ -46,6 +46,7 @@ struct FuzzWorld {
   std::vector<xConstraintSet*> joints;
   std::vector<FuzzEntity*> engineEntities;  // listed in the engine, which deletes them
   std::vector<FuzzEntity*> hostEntities;    // unlisted again: the harness deletes them
+  xSoftStepSolver* hostSolver = nullptr;    // the host's solver, once one is set
 
   template <class T>
   static T* pick(std::vector<T*>& v, int index) {
@@ -142,7 +143,10 @@ struct FuzzWorld {
     for (FuzzEntity* e : hostEntities) delete e;
     hostEntities.clear();
     engineEntities.clear();
+    g_ptrSDK->physicsContext()->setSolver(nullptr);
     kvnDestroyKorvanSDK();
+    delete hostSolver;  // the engine never deletes a host's solver
+    hostSolver = nullptr;
     hasEngine = false;
   }
 

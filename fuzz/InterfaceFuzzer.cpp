@@ -516,6 +516,40 @@ void opWorkerCount(Context& c) {
   (void)g_ptrSDK->workerCount();
 }
 
+// The opt-in solver with any tuning (counts kept small for speed), or back to
+// the built-in one.
+void opSolver(Context& c) {
+  xPhysicsContext* pc = g_ptrSDK->physicsContext();
+  if (c.in.flag()) {
+    pc->setSolver(nullptr);
+    return;
+  }
+  if (c.world.hostSolver == nullptr) c.world.hostSolver = new xSoftStepSolver();
+  xSoftStepSolver* s = c.world.hostSolver;
+  switch (c.in.below(4)) {
+    case 0:
+      s->substeps = c.in.below(12) - 2;
+      break;
+    case 1:
+      s->relaxIterations = c.in.below(6) - 1;
+      break;
+    case 2: {
+      float xSoftStepSolver::*const fields[] = {
+          &xSoftStepSolver::contactHertz,         &xSoftStepSolver::contactDampingRatio,
+          &xSoftStepSolver::jointHertz,           &xSoftStepSolver::jointDampingRatio,
+          &xSoftStepSolver::maxPushOutSpeed,      &xSoftStepSolver::allowedPenetration,
+          &xSoftStepSolver::restitutionThreshold, &xSoftStepSolver::speculativeDistance,
+          &xSoftStepSolver::cacheMatchDistance,   &xSoftStepSolver::sleepLinearVelocity,
+          &xSoftStepSolver::sleepAngularVelocity};
+      s->*fields[c.in.below(11)] = c.in.number();
+      break;
+    }
+    default:
+      break;
+  }
+  pc->setSolver(s);
+}
+
 struct Operation {
   const char* name;
   void (*run)(Context&);
@@ -547,6 +581,7 @@ const Operation kOperations[] = {
     {"destroy subtree", opDestroySubtree},
     {"primitive queries", opPrimitiveQueries},
     {"worker count", opWorkerCount},
+    {"solver", opSolver},
 };
 constexpr int kOperationCount = static_cast<int>(sizeof(kOperations) / sizeof(kOperations[0]));
 

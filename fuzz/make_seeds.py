@@ -8,7 +8,7 @@ RECREATE, QUERIES, STEP, SPACE, CONFIGURE, REGISTRIES = 0, 1, 2, 3, 4, 5
 BODY, INIT_BODY, BODY_STATE, DELETE_BODY = 6, 7, 8, 9
 SHAPE, INIT_SHAPE, DELETE_SHAPE, SHAPE_STATE = 10, 11, 12, 13
 PLACEMENT, ACTIVATION, REPARENT, JOINT, JOINT_STATE, ENTITY, QUERY = 14, 15, 16, 17, 18, 19, 20
-DESTROY_SUBTREE, PRIMITIVE_QUERIES, WORKERS = 21, 22, 23
+DESTROY_SUBTREE, PRIMITIVE_QUERIES, WORKERS, SOLVER = 21, 22, 23, 24
 NAN, INF, BIG = 19, 21, 13  # indices into FuzzInput::number's special values
 
 
@@ -60,6 +60,9 @@ seeds = {
     # Two piles apart (two groups), solved by three workers, then one again.
     "workers": [WORKERS, 4] + pile(4) + body(0, 2) + shape_on_last_body(0, 4, 4) + steps(15)
     + [WORKERS, 2] + steps(5) + [PRIMITIVE_QUERIES, 1] + [DESTROY_SUBTREE, 1, 0, 1] + steps(5),
+    # The opt-in solver on a pile with a joint, retuned, then the built-in one again.
+    "solver": [SOLVER, 0, 3] + pile(4) + [JOINT, 0, 1, 1, 0, 0, 0, 0, 0] + steps(10)
+    + [SOLVER, 0, 0, 8] + [SOLVER, 0, 2, 7, NAN] + steps(10) + [SOLVER, 1] + steps(5),
 }
 
 out_dir = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), "corpus")
