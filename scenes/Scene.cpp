@@ -113,6 +113,14 @@ CheckResult Scene::check() const {
   return result;
 }
 
+xBody* Scene::dropCircle(float x, float y, float radius) {
+  return addCircle(x, y, radius, "default_Material", "dropped circle");
+}
+
+xBody* Scene::dropBox(float x, float y, float width, float height) {
+  return addBox(x, y, width, height, 0.0f, "default_Material", "dropped box");
+}
+
 std::unique_ptr<Scene> Scene::build(const std::string& name, const SceneOptions& options) {
   return makeScene(name, options);
 }

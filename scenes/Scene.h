@@ -141,6 +141,11 @@ class Scene {
   // Runs the physical checks (unjudged before info().checkSteps steps).
   CheckResult check() const;
 
+  // Bodies a host adds while the scene runs (the browser sandbox drops them
+  // under the pointer); default material, owned and deleted by the scene.
+  KorvanPHX2D::xBody* dropCircle(float x, float y, float radius);
+  KorvanPHX2D::xBody* dropBox(float x, float y, float width, float height);
+
   // Builds the named scene in the current engine; null for an unknown name.
   static std::unique_ptr<Scene> build(const std::string& name, const SceneOptions& options);
 
