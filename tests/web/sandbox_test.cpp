@@ -1,0 +1,217 @@
+// The engine side of the browser sandbox: scenes, switches, dragging,
+// dropping and the packed frame the page draws from.
+#include <gtest/gtest.h>
+#include <scenes/Scene.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+
+#include "Sandbox.h"
+
+using namespace KorvanPHX2D;
+using KorvanWeb::FrameLayout;
+using KorvanWeb::Sandbox;
+using KorvanWeb::SolverChoice;
+
+namespace {
+
+class SandboxTest : public ::testing::Test {
+ protected:
+  void run(int steps) {
+    for (int i = 0; i < steps; ++i) sandbox_.step();
+  }
+  Vec3 placement(int index) const { return sandbox_.scene().bodies()[index].body->absPlacement(); }
+  static float distance(const Vec3& p, float x, float y) { return std::hypot(p.x - x, p.y - y); }
+
+  Sandbox sandbox_;
+};
+
+TEST_F(SandboxTest, LoadsEveryCatalogueSceneAfreshAndRefusesUnknownNames) {
+  for (const std::string& name : KorvanScenes::sceneNames()) {
+    ASSERT_TRUE(sandbox_.load(name)) << name;
+    EXPECT_EQ(sandbox_.sceneName(), name);
+    EXPECT_EQ(sandbox_.steps(), 0) << name;
+    run(3);
+    EXPECT_EQ(sandbox_.steps(), 3) << name;
+    EXPECT_EQ(sandbox_.bodyCount(), static_cast<int>(sandbox_.scene().bodies().size())) << name;
+  }
+  const std::string last = sandbox_.sceneName();
+  EXPECT_FALSE(sandbox_.load("nonesuch"));
+  EXPECT_EQ(sandbox_.sceneName(), last) << "an unknown name leaves the running scene alone";
+  EXPECT_EQ(sandbox_.steps(), 3);
+}
+
+TEST_F(SandboxTest, TheFrameHoldsAHeaderAndOneRecordPerItem) {
+  ASSERT_TRUE(sandbox_.load("chain"));  // bodies, statics and joints
+  run(20);
+  const std::vector<float>& f = sandbox_.frame();
+  const int bodies = static_cast<int>(f[1]), statics = static_cast<int>(f[2]);
+  const int joints = static_cast<int>(f[3]), contacts = static_cast<int>(f[4]);
+  EXPECT_EQ(f[0], 20.0f);
+  EXPECT_EQ(bodies, sandbox_.bodyCount());
+  EXPECT_EQ(statics, static_cast<int>(sandbox_.scene().statics().size()));
+  EXPECT_EQ(joints, static_cast<int>(sandbox_.scene().joints().size()));
+  EXPECT_GT(joints, 0);
+  EXPECT_EQ(static_cast<int>(f.size()),
+            FrameLayout::kHeader + bodies * FrameLayout::kBody + statics * FrameLayout::kStatic +
+                joints * FrameLayout::kJoint + contacts * FrameLayout::kContact);
+  EXPECT_EQ(f[5], 0.0f) << "nothing is dragged";
+  // The first body record is the first body's placement.
+  const Vec3 p = placement(0);
+  const float* b = &f[FrameLayout::kHeader];
+  EXPECT_EQ(b[1], p.x);
+  EXPECT_EQ(b[2], p.y);
+  EXPECT_EQ(b[3], p.z);
+  // Ball sockets are kind 0; their anchors meet.
+  const float* j = &f[FrameLayout::kHeader + bodies * FrameLayout::kBody +
+                      statics * FrameLayout::kStatic];
+  EXPECT_EQ(j[0], 0.0f);
+  EXPECT_NEAR(j[1], j[3], 0.05f);
+  EXPECT_NEAR(j[2], j[4], 0.05f);
+}
+
+TEST_F(SandboxTest, FindsTheBodyUnderAPointByItsShape) {
+  ASSERT_TRUE(sandbox_.load("pyramid"));
+  const KorvanScenes::SceneBody& top = sandbox_.scene().bodies().back();
+  const Vec3 p = top.body->absPlacement();
+  ASSERT_EQ(top.geometry.kind, KorvanScenes::ShapeKind::Box);
+  const int last = sandbox_.bodyCount() - 1;
+  const struct {
+    float dx, dy;
+    int expected;
+  } cases[] = {
+      {0.0f, 0.0f, last},   {0.45f, 0.45f, last}, {-0.45f, -0.45f, last},
+      {0.0f, -0.55f, -1},   {0.0f, -3.0f, -1},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(sandbox_.bodyAt(p.x + c.dx, p.y + c.dy), c.expected) << c.dx << ", " << c.dy;
+  }
+  // A dropped circle is found by its radius, not by a box around it.
+  const int circle = sandbox_.dropCircle(5.0f, -8.0f);
+  EXPECT_EQ(sandbox_.bodyAt(5.0f + 0.45f, -8.0f), circle);
+  EXPECT_EQ(sandbox_.bodyAt(5.0f + 0.4f, -8.0f + 0.4f), -1) << "outside the radius";
+}
+
+TEST_F(SandboxTest, ADraggedBodyFollowsThePointerAndFallsWhenLetGo) {
+  ASSERT_TRUE(sandbox_.load("pyramid"));
+  const int top = sandbox_.bodyCount() - 1;
+  const Vec3 start = placement(top);
+  EXPECT_FALSE(sandbox_.beginDrag(start.x, start.y - 3.0f)) << "nothing there to grab";
+  ASSERT_TRUE(sandbox_.beginDrag(start.x, start.y));
+  EXPECT_TRUE(sandbox_.dragging());
+  EXPECT_EQ(sandbox_.draggedBody(), top);
+  const float targetX = start.x + 3.0f, targetY = start.y - 3.0f;
+  sandbox_.dragTo(targetX, targetY);
+  const std::vector<float>& f = sandbox_.frame();
+  EXPECT_EQ(f[5], 1.0f);
+  EXPECT_EQ(f[8], targetX);
+  EXPECT_EQ(f[9], targetY);
+
+  const float before = distance(placement(top), targetX, targetY);
+  run(150);
+  const float after = distance(placement(top), targetX, targetY);
+  EXPECT_LT(after, 0.2f * before) << "the body was pulled to the pointer";
+
+  sandbox_.endDrag();
+  EXPECT_FALSE(sandbox_.dragging());
+  EXPECT_EQ(sandbox_.draggedBody(), -1);
+  const float heldY = placement(top).y;
+  run(60);
+  EXPECT_GT(placement(top).y, heldY + 0.5f) << "let go, the box falls (gravity is +y)";
+}
+
+TEST_F(SandboxTest, ADraggedSleepingBodyWakesUp) {
+  ASSERT_TRUE(sandbox_.load("sleeping"));
+  EXPECT_TRUE(sandbox_.sleeping()) << "the scene turns sleeping on itself";
+  run(sandbox_.scene().info().defaultSteps);
+  const Vec3 p = placement(0);
+  ASSERT_FALSE(sandbox_.scene().bodies()[0].body->isActive()) << "asleep after the run";
+  ASSERT_TRUE(sandbox_.beginDrag(p.x, p.y));
+  sandbox_.dragTo(p.x, p.y - 2.0f);
+  run(60);
+  EXPECT_LT(placement(0).y, p.y - 1.0f);
+}
+
+TEST_F(SandboxTest, ReloadingOrDroppingDuringADragLetsGoCleanly) {
+  ASSERT_TRUE(sandbox_.load("pyramid"));
+  const Vec3 p = placement(0);
+  ASSERT_TRUE(sandbox_.beginDrag(p.x, p.y));
+  ASSERT_TRUE(sandbox_.load("pyramid"));
+  EXPECT_FALSE(sandbox_.dragging());
+  run(5);  // the deleted joint must not be touched (sanitizer build)
+  ASSERT_TRUE(sandbox_.beginDrag(p.x, p.y));
+  ASSERT_TRUE(sandbox_.beginDrag(p.x, p.y)) << "a second grab replaces the first";
+  sandbox_.dropBox(0.0f, -9.0f);  // the body list grows; the grab stays valid
+  run(5);
+  EXPECT_EQ(sandbox_.draggedBody(), 0);
+}
+
+TEST_F(SandboxTest, DroppedBodiesAppearUnderThePointerAndFallUnlessGravityIsOff) {
+  ASSERT_TRUE(sandbox_.load("showcase"));
+  const int before = sandbox_.bodyCount();
+  const int box = sandbox_.dropBox(2.0f, -9.0f);
+  EXPECT_EQ(box, before);
+  EXPECT_EQ(sandbox_.bodyCount(), before + 1);
+  EXPECT_EQ(sandbox_.scene().bodies()[box].geometry.kind, KorvanScenes::ShapeKind::Box);
+  EXPECT_LT(distance(placement(box), 2.0f, -9.0f), 1e-5f);
+  run(40);
+  EXPECT_GT(placement(box).y, -9.0f + 0.2f);
+
+  sandbox_.setGravity(false);
+  EXPECT_FALSE(sandbox_.gravity());
+  const int circle = sandbox_.dropCircle(-2.0f, -9.0f);
+  EXPECT_EQ(sandbox_.scene().bodies()[circle].geometry.kind, KorvanScenes::ShapeKind::Circle);
+  run(20);
+  EXPECT_LT(distance(placement(circle), -2.0f, -9.0f), 1e-4f) << "weightless, it stays";
+}
+
+// Its own sandbox (one engine per process): the configurator after it is gone.
+TEST(SandboxSwitches, ReachTheEngineLastAcrossScenesAndAreUndoneAtTheEnd) {
+  const KorvanScenes::ConfigSnapshot before = KorvanScenes::ConfigSnapshot::capture();
+  {
+    Sandbox sandbox;
+    const xConfigurator* cfg = xConfigurator::Instance();
+    EXPECT_TRUE(sandbox.gravity());
+    EXPECT_FALSE(sandbox.sleeping());
+    EXPECT_FALSE(sandbox.substepping());
+    sandbox.setGravity(false);
+    sandbox.setSubstepping(true);
+    sandbox.setSleeping(true);
+    EXPECT_EQ(cfg->cfg_gravity.y, 0.0f);
+    EXPECT_TRUE(cfg->cfg_substepping);
+    EXPECT_TRUE(cfg->cfg_autoDeactivate);
+    ASSERT_TRUE(sandbox.load("rain"));
+    EXPECT_FALSE(sandbox.gravity());
+    EXPECT_TRUE(sandbox.substepping());
+    EXPECT_TRUE(sandbox.sleeping());
+    EXPECT_EQ(cfg->cfg_gravity.y, 0.0f);
+    EXPECT_TRUE(cfg->cfg_substepping);
+    sandbox.setGravity(true);
+    EXPECT_EQ(cfg->cfg_gravity.y, before.gravity.y);
+    sandbox.setSleeping(false);
+    EXPECT_FALSE(cfg->cfg_autoDeactivate);
+  }
+  const KorvanScenes::ConfigSnapshot after = KorvanScenes::ConfigSnapshot::capture();
+  EXPECT_EQ(after.gravity.y, before.gravity.y);
+  EXPECT_EQ(after.substepping, before.substepping);
+  EXPECT_EQ(after.autoDeactivate, before.autoDeactivate);
+}
+
+TEST_F(SandboxTest, TurningSleepingOffWakesTheSleepers) {
+  ASSERT_TRUE(sandbox_.load("sleeping"));
+  run(sandbox_.scene().info().defaultSteps);
+  ASSERT_FALSE(sandbox_.scene().bodies()[0].body->isActive());
+  sandbox_.setSleeping(false);
+  for (const KorvanScenes::SceneBody& b : sandbox_.scene().bodies()) EXPECT_TRUE(b.body->isActive());
+}
+
+TEST_F(SandboxTest, OnlyAvailableSolversCanBeChosen) {
+  EXPECT_TRUE(Sandbox::solverAvailable(SolverChoice::Default));
+  EXPECT_EQ(sandbox_.solver(), SolverChoice::Default);
+  EXPECT_TRUE(sandbox_.setSolver(SolverChoice::Default));
+  EXPECT_EQ(sandbox_.setSolver(SolverChoice::SoftStep),
+            Sandbox::solverAvailable(SolverChoice::SoftStep));
+}
+
+}  // namespace
