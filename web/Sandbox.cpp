@@ -204,9 +204,10 @@ const std::vector<float>& Sandbox::frame() {
   for (const SceneBody& b : bodies) {
     const Vec3 p = b.body->absPlacement();
     const bool circle = b.geometry.kind == ShapeKind::Circle;
-    frame_.insert(frame_.end(), {kindCode(b.geometry.kind), p.x, p.y, p.z,
-                                 circle ? b.geometry.radius : b.geometry.width, b.geometry.height,
-                                 b.body->isActive() ? 1.0f : 0.0f, b.style == "ghost" ? 1.0f : 0.0f});
+    frame_.insert(
+        frame_.end(),
+        {kindCode(b.geometry.kind), p.x, p.y, p.z, circle ? b.geometry.radius : b.geometry.width,
+         b.geometry.height, b.body->isActive() ? 1.0f : 0.0f, b.style == "ghost" ? 1.0f : 0.0f});
   }
   for (const KorvanScenes::SceneStatic& s : statics) {
     const KorvanScenes::ShapeGeometry& g = s.geometry;

@@ -1,13 +1,13 @@
 // The engine side of the browser sandbox: scenes, switches, dragging,
 // dropping and the packed frame the page draws from.
+#include "Sandbox.h"
+
 #include <gtest/gtest.h>
 #include <scenes/Scene.h>
 
 #include <cmath>
 #include <memory>
 #include <string>
-
-#include "Sandbox.h"
 
 using namespace KorvanPHX2D;
 using KorvanWeb::FrameLayout;
@@ -64,8 +64,8 @@ TEST_F(SandboxTest, TheFrameHoldsAHeaderAndOneRecordPerItem) {
   EXPECT_EQ(b[2], p.y);
   EXPECT_EQ(b[3], p.z);
   // Ball sockets are kind 0; their anchors meet.
-  const float* j = &f[FrameLayout::kHeader + bodies * FrameLayout::kBody +
-                      statics * FrameLayout::kStatic];
+  const float* j =
+      &f[FrameLayout::kHeader + bodies * FrameLayout::kBody + statics * FrameLayout::kStatic];
   EXPECT_EQ(j[0], 0.0f);
   EXPECT_NEAR(j[1], j[3], 0.05f);
   EXPECT_NEAR(j[2], j[4], 0.05f);
@@ -81,8 +81,8 @@ TEST_F(SandboxTest, FindsTheBodyUnderAPointByItsShape) {
     float dx, dy;
     int expected;
   } cases[] = {
-      {0.0f, 0.0f, last},   {0.45f, 0.45f, last}, {-0.45f, -0.45f, last},
-      {0.0f, -0.55f, -1},   {0.0f, -3.0f, -1},
+      {0.0f, 0.0f, last}, {0.45f, 0.45f, last}, {-0.45f, -0.45f, last},
+      {0.0f, -0.55f, -1}, {0.0f, -3.0f, -1},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(sandbox_.bodyAt(p.x + c.dx, p.y + c.dy), c.expected) << c.dx << ", " << c.dy;
@@ -203,7 +203,8 @@ TEST_F(SandboxTest, TurningSleepingOffWakesTheSleepers) {
   run(sandbox_.scene().info().defaultSteps);
   ASSERT_FALSE(sandbox_.scene().bodies()[0].body->isActive());
   sandbox_.setSleeping(false);
-  for (const KorvanScenes::SceneBody& b : sandbox_.scene().bodies()) EXPECT_TRUE(b.body->isActive());
+  for (const KorvanScenes::SceneBody& b : sandbox_.scene().bodies())
+    EXPECT_TRUE(b.body->isActive());
 }
 
 TEST_F(SandboxTest, OnlyAvailableSolversCanBeChosen) {
