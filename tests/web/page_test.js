@@ -255,6 +255,21 @@ async function main() {
       'pointer positions still land on the bodies under them');
     await metrics(1);
 
+    // Frame rate and step time of the biggest pyramid the page offers, with
+    // each solver it has: reported, not judged (timings belong to benchmarks).
+    const scenes = await evaluate(
+      "Array.prototype.map.call(document.querySelectorAll('#scene option'), o => o.value)");
+    const measured = scenes.includes('pyramid20') ? 'pyramid20' : 'pyramid';
+    for (const solver of [0, 1]) {
+      await evaluate(`korvan.load('${measured}'); korvan.play()`);
+      if (!await evaluate(`korvan.setSolver(${solver})`)) continue;
+      await sleep(2500);
+      const rate = await evaluate('korvan.frameRate()');
+      const ms = await evaluate('korvan.stepMs()');
+      console.log(`info  ${measured}, solver ${solver}: ${rate.toFixed(0)} frames/s, ` +
+        `${ms.toFixed(2)} ms per step`);
+    }
+
     check(errors.length === 0, 'no script errors', errors.join('; '));
   } finally {
     await browser.close();
