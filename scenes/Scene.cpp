@@ -113,12 +113,17 @@ CheckResult Scene::check() const {
   return result;
 }
 
+std::string Scene::dropMaterial() const {
+  if (bodies_.empty()) return xMaterialDispatcher::Instance()->defaultMaterial()->label();
+  return bodies_.front().shape->ptrMaterial->label();
+}
+
 xBody* Scene::dropCircle(float x, float y, float radius) {
-  return addCircle(x, y, radius, "default_Material", "dropped circle");
+  return addCircle(x, y, radius, dropMaterial(), "dropped circle");
 }
 
 xBody* Scene::dropBox(float x, float y, float width, float height) {
-  return addBox(x, y, width, height, 0.0f, "default_Material", "dropped box");
+  return addBox(x, y, width, height, 0.0f, dropMaterial(), "dropped box");
 }
 
 std::unique_ptr<Scene> Scene::build(const std::string& name, const SceneOptions& options) {

@@ -142,7 +142,9 @@ class Scene {
   CheckResult check() const;
 
   // Bodies a host adds while the scene runs (the browser sandbox drops them
-  // under the pointer); default material, owned and deleted by the scene.
+  // under the pointer), owned and deleted by the scene. They take the material
+  // of the scene's first body so that they weigh alike (the default material
+  // in a scene without bodies).
   KorvanPHX2D::xBody* dropCircle(float x, float y, float radius);
   KorvanPHX2D::xBody* dropBox(float x, float y, float width, float height);
 
@@ -212,6 +214,7 @@ class Scene {
   KorvanPHX2D::xConstraintSet* keepJoint(KorvanPHX2D::xConstraintSet* joint,
                                          const std::string& kind);
   void keepEntity(KorvanPHX2D::xEntity* entity);
+  std::string dropMaterial() const;
 
   SceneInfo info_;
   SceneOptions options_;

@@ -1,5 +1,6 @@
 #include "Sandbox.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -16,8 +17,18 @@ namespace {
 // follows the pointer without swinging.
 constexpr float kDragStiffnessPerMass = 300.0f;
 
-constexpr float kDropRadius = 0.5f;
-constexpr float kDropBoxSize = 1.0f;
+// Dropped bodies are as big as the scene's typical body (the median size),
+// or a thirtieth of the view in a scene without bodies.
+float typicalSize(const KorvanScenes::Scene& scene) {
+  std::vector<float> sizes;
+  for (const SceneBody& b : scene.bodies()) {
+    const KorvanScenes::ShapeGeometry& g = b.geometry;
+    sizes.push_back(g.kind == ShapeKind::Circle ? 2.0f * g.radius : std::max(g.width, g.height));
+  }
+  if (sizes.empty()) return (scene.view().maxX - scene.view().minX) / 30.0f;
+  std::nth_element(sizes.begin(), sizes.begin() + sizes.size() / 2, sizes.end());
+  return sizes[sizes.size() / 2];
+}
 
 bool contains(const SceneBody& b, float x, float y) {
   const Vec3 p = b.body->absPlacement();
@@ -73,6 +84,7 @@ bool Sandbox::load(const std::string& name) {
   sleeping_ = cfg->cfg_autoDeactivate;
   substepping_ = cfg->cfg_substepping;
   sceneGravity_ = cfg->cfg_gravity;
+  dropSize_ = typicalSize(*scene_);
   applySwitches();
   lastStepMs_ = 0.0;
   return true;
@@ -177,12 +189,12 @@ void Sandbox::endDrag() {
 }
 
 int Sandbox::dropCircle(float x, float y) {
-  scene_->dropCircle(x, y, kDropRadius);
+  scene_->dropCircle(x, y, 0.5f * dropSize_);
   return bodyCount() - 1;
 }
 
 int Sandbox::dropBox(float x, float y) {
-  scene_->dropBox(x, y, kDropBoxSize, kDropBoxSize);
+  scene_->dropBox(x, y, dropSize_, dropSize_);
   return bodyCount() - 1;
 }
 

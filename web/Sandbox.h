@@ -75,9 +75,11 @@ class Sandbox {
   bool dragging() const { return dragJoint_ != nullptr; }
   int draggedBody() const { return draggedIndex_; }
 
-  // New bodies under the pointer; their index in scene().bodies().
+  // New bodies under the pointer, as big as the scene's typical body and of
+  // its material; their index in scene().bodies().
   int dropCircle(float x, float y);
   int dropBox(float x, float y);
+  float dropSize() const { return dropSize_; }
 
   // The packed picture of the world (see FrameLayout), refreshed by the call.
   const std::vector<float>& frame();
@@ -95,6 +97,7 @@ class Sandbox {
   bool substepping_ = false;
   SolverChoice solver_ = SolverChoice::Default;
   double lastStepMs_ = 0.0;
+  float dropSize_ = 1.0f;
 
   KorvanPHX2D::xConstraintSet* dragJoint_ = nullptr;
   int draggedIndex_ = -1;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <scenes/Scene.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -43,7 +44,7 @@ TEST_F(SandboxTest, LoadsEveryCatalogueSceneAfreshAndRefusesUnknownNames) {
 }
 
 TEST_F(SandboxTest, TheFrameHoldsAHeaderAndOneRecordPerItem) {
-  ASSERT_TRUE(sandbox_.load("chain"));  // bodies, statics and joints
+  ASSERT_TRUE(sandbox_.load("chain10"));  // bodies, statics and joints
   run(20);
   const std::vector<float>& f = sandbox_.frame();
   const int bodies = static_cast<int>(f[1]), statics = static_cast<int>(f[2]);
@@ -63,12 +64,16 @@ TEST_F(SandboxTest, TheFrameHoldsAHeaderAndOneRecordPerItem) {
   EXPECT_EQ(b[1], p.x);
   EXPECT_EQ(b[2], p.y);
   EXPECT_EQ(b[3], p.z);
-  // Ball sockets are kind 0; their anchors meet.
+  // Ball sockets are kind 0, followed by their two anchors.
   const float* j =
       &f[FrameLayout::kHeader + bodies * FrameLayout::kBody + statics * FrameLayout::kStatic];
+  float x0, y0, x1, y1;
+  KorvanScenes::jointAnchors(sandbox_.scene().joints()[0].joint, x0, y0, x1, y1);
   EXPECT_EQ(j[0], 0.0f);
-  EXPECT_NEAR(j[1], j[3], 0.05f);
-  EXPECT_NEAR(j[2], j[4], 0.05f);
+  EXPECT_EQ(j[1], x0);
+  EXPECT_EQ(j[2], y0);
+  EXPECT_EQ(j[3], x1);
+  EXPECT_EQ(j[4], y1);
 }
 
 TEST_F(SandboxTest, FindsTheBodyUnderAPointByItsShape) {
@@ -166,6 +171,34 @@ TEST_F(SandboxTest, DroppedBodiesAppearUnderThePointerAndFallUnlessGravityIsOff)
   EXPECT_LT(distance(placement(circle), -2.0f, -9.0f), 1e-4f) << "weightless, it stays";
 }
 
+TEST_F(SandboxTest, DroppedBodiesMatchTheSceneInSizeAndMaterial) {
+  for (const char* name : {"pyramid", "showcase", "pyramid20", "islands"}) {
+    ASSERT_TRUE(sandbox_.load(name)) << name;
+    ASSERT_FALSE(sandbox_.scene().bodies().empty()) << name;
+    const KorvanScenes::SceneBody first = sandbox_.scene().bodies().front();
+    const KorvanScenes::WorldBox& view = sandbox_.scene().view();
+    const int box = sandbox_.dropBox(view.minX + 1.0f, view.minY + 1.0f);
+    const KorvanScenes::SceneBody& dropped = sandbox_.scene().bodies()[box];
+    const float size = sandbox_.dropSize();
+    EXPECT_EQ(dropped.geometry.width, size) << name;
+    EXPECT_EQ(dropped.geometry.height, size) << name;
+    const float firstSize = first.geometry.kind == KorvanScenes::ShapeKind::Circle
+                                ? 2.0f * first.geometry.radius
+                                : std::max(first.geometry.width, first.geometry.height);
+    EXPECT_GT(size, 0.3f * firstSize) << name << ": about as big as the scene's bodies";
+    EXPECT_LT(size, 3.0f * firstSize) << name;
+    EXPECT_EQ(dropped.shape->ptrMaterial, first.shape->ptrMaterial) << name;
+  }
+  // The rain starts without bodies: a thirtieth of the view, the default material.
+  ASSERT_TRUE(sandbox_.load("rain60"));
+  ASSERT_TRUE(sandbox_.scene().bodies().empty());
+  const KorvanScenes::WorldBox& view = sandbox_.scene().view();
+  const int circle = sandbox_.dropCircle(0.0f, view.minY + 1.0f);
+  const KorvanScenes::SceneBody& dropped = sandbox_.scene().bodies()[circle];
+  EXPECT_FLOAT_EQ(dropped.geometry.radius, (view.maxX - view.minX) / 60.0f);
+  EXPECT_EQ(dropped.shape->ptrMaterial, xMaterialDispatcher::Instance()->defaultMaterial());
+}
+
 // Its own sandbox (one engine per process): the configurator after it is gone.
 TEST(SandboxSwitches, ReachTheEngineLastAcrossScenesAndAreUndoneAtTheEnd) {
   const KorvanScenes::ConfigSnapshot before = KorvanScenes::ConfigSnapshot::capture();
@@ -181,7 +214,7 @@ TEST(SandboxSwitches, ReachTheEngineLastAcrossScenesAndAreUndoneAtTheEnd) {
     EXPECT_EQ(cfg->cfg_gravity.y, 0.0f);
     EXPECT_TRUE(cfg->cfg_substepping);
     EXPECT_TRUE(cfg->cfg_autoDeactivate);
-    ASSERT_TRUE(sandbox.load("rain"));
+    ASSERT_TRUE(sandbox.load("rain60"));
     EXPECT_FALSE(sandbox.gravity());
     EXPECT_TRUE(sandbox.substepping());
     EXPECT_TRUE(sandbox.sleeping());
@@ -191,6 +224,15 @@ TEST(SandboxSwitches, ReachTheEngineLastAcrossScenesAndAreUndoneAtTheEnd) {
     EXPECT_EQ(cfg->cfg_gravity.y, before.gravity.y);
     sandbox.setSleeping(false);
     EXPECT_FALSE(cfg->cfg_autoDeactivate);
+    // A scene with gravity of its own (metres at ten units each) gets it back
+    // when gravity is switched on again.
+    ASSERT_TRUE(sandbox.load("rain"));
+    const float own = cfg->cfg_gravity.y;
+    EXPECT_NE(own, before.gravity.y);
+    sandbox.setGravity(false);
+    EXPECT_EQ(cfg->cfg_gravity.y, 0.0f);
+    sandbox.setGravity(true);
+    EXPECT_EQ(cfg->cfg_gravity.y, own);
   }
   const KorvanScenes::ConfigSnapshot after = KorvanScenes::ConfigSnapshot::capture();
   EXPECT_EQ(after.gravity.y, before.gravity.y);
