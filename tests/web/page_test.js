@@ -266,8 +266,9 @@ async function main() {
       await sleep(2500);
       const rate = await evaluate('korvan.frameRate()');
       const ms = await evaluate('korvan.stepMs()');
+      const work = await evaluate('korvan.frameWorkMs()');
       console.log(`info  ${measured}, solver ${solver}: ${rate.toFixed(0)} frames/s, ` +
-        `${ms.toFixed(2)} ms per step`);
+        `${ms.toFixed(2)} ms per step, ${work.toFixed(2)} ms of work per frame`);
     }
 
     check(errors.length === 0, 'no script errors', errors.join('; '));
