@@ -248,7 +248,8 @@ std::string replayHtml(const Recording& recording) {
   page += playerPageBody();
   page += "<script type=\"application/json\" id=\"recording\">";
   page += recordingToJson(recording);
-  page += "</script>\n";
+  page += "</script>\n<script>\n";
+  page += stagePainterScript();
   page += playerPageScript();
   return page;
 }

@@ -54,8 +54,7 @@ button { min-width: 72px; }
 }
 
 const char* playerPageScript() {
-  return R"HTML(<script>
-(function () {
+  return R"HTML((function () {
   'use strict';
   var rec = JSON.parse(document.getElementById('recording').textContent);
   var frames = rec.frames;
@@ -81,8 +80,6 @@ const char* playerPageScript() {
   var lastTick = null;
   var scale = 1, offX = 0, offY = 0, pixelRatio = 1;
 
-  function ok(v) { return typeof v === 'number' && isFinite(v); }
-
   function layout() {
     var w = Math.min(window.innerWidth - 24, 1400);
     var vw = view[2] - view[0], vh = view[3] - view[1];
@@ -102,94 +99,26 @@ const char* playerPageScript() {
   function toWorld() { ctx.setTransform(scale, 0, 0, scale, offX, offY); }
 
   function drawGrid() {
-    var vw = view[2] - view[0];
-    var stepSize = vw > 80 ? 10 : (vw > 30 ? 5 : 1);
-    ctx.strokeStyle = 'rgba(0,0,0,0.06)';
-    ctx.lineWidth = 1 / scale;
-    ctx.beginPath();
-    for (var x = Math.ceil(view[0] / stepSize) * stepSize; x <= view[2]; x += stepSize) {
-      ctx.moveTo(x, view[1]); ctx.lineTo(x, view[3]);
-    }
-    for (var y = Math.ceil(view[1] / stepSize) * stepSize; y <= view[3]; y += stepSize) {
-      ctx.moveTo(view[0], y); ctx.lineTo(view[2], y);
-    }
-    ctx.stroke();
+    KorvanStage.grid(ctx, scale, view, view[2] - view[0]);
   }
 
-  // Draws a shape at its placement; y grows downwards on the canvas as it does
-  // in the world (gravity is +y), so the engine's angles map directly.
+  var kindCodes = { circle: 0, box: 1, segment: 2 };
+
+  // Draws a recorded shape ({kind, r | w, h | x0, y0, x1, y1}) at a placement.
   function drawShape(shape, x, y, a, fill, stroke, radiusLine) {
-    if (!ok(x) || !ok(y) || !ok(a)) return;
-    ctx.save();
-    ctx.translate(x, y);
-    ctx.rotate(a);
-    ctx.lineWidth = 1.5 / scale;
-    ctx.fillStyle = fill;
-    ctx.strokeStyle = stroke;
-    if (shape.kind === 'circle') {
-      ctx.beginPath();
-      ctx.arc(0, 0, shape.r, 0, 2 * Math.PI);
-      ctx.fill();
-      ctx.stroke();
-      if (radiusLine) {
-        ctx.beginPath();
-        ctx.moveTo(0, 0);
-        ctx.lineTo(shape.r, 0);
-        ctx.stroke();
-      }
-    } else if (shape.kind === 'box') {
-      ctx.beginPath();
-      ctx.rect(-shape.w / 2, -shape.h / 2, shape.w, shape.h);
-      ctx.fill();
-      ctx.stroke();
-    } else if (shape.kind === 'segment') {
-      ctx.lineWidth = 4 / scale;
-      ctx.lineCap = 'round';
-      ctx.beginPath();
-      ctx.moveTo(shape.x0, shape.y0);
-      ctx.lineTo(shape.x1, shape.y1);
-      ctx.stroke();
+    var kind = kindCodes[shape.kind];
+    if (kind === 0) {
+      KorvanStage.shape(ctx, scale, 0, x, y, a, shape.r, 0, 0, 0, fill, stroke, radiusLine);
+    } else if (kind === 1) {
+      KorvanStage.shape(ctx, scale, 1, x, y, a, shape.w, shape.h, 0, 0, fill, stroke, radiusLine);
+    } else if (kind === 2) {
+      KorvanStage.shape(ctx, scale, 2, x, y, a, shape.x0, shape.y0, shape.x1, shape.y1, fill,
+                        stroke, radiusLine);
     }
-    ctx.restore();
   }
 
   function bodyColours(body, awake) {
-    if (body.style === 'ghost') return ['rgba(150,90,210,0.35)', '#7d4cb0'];
-    if (!awake) return ['#a7acb4', '#6c727b'];
-    if (body.shape.kind === 'circle') return ['#5aa5e6', '#24598a'];
-    return ['#f2a14a', '#8f5317'];
-  }
-
-  function drawJoint(kind, x0, y0, x1, y1) {
-    if (!ok(x0) || !ok(y0) || !ok(x1) || !ok(y1)) return;
-    ctx.lineWidth = 2 / scale;
-    if (kind === 1) {
-      // A spring as a zigzag between its anchors.
-      var dx = x1 - x0, dy = y1 - y0, len = Math.sqrt(dx * dx + dy * dy);
-      ctx.strokeStyle = '#2f8f5b';
-      ctx.beginPath();
-      ctx.moveTo(x0, y0);
-      if (len > 1e-6) {
-        var nx = -dy / len, ny = dx / len, turns = 12, amp = Math.min(0.25, len * 0.15);
-        for (var i = 1; i < turns; i++) {
-          var s = i / turns, side = (i % 2 ? 1 : -1) * amp;
-          ctx.lineTo(x0 + dx * s + nx * side, y0 + dy * s + ny * side);
-        }
-      }
-      ctx.lineTo(x1, y1);
-      ctx.stroke();
-    } else {
-      ctx.strokeStyle = kind === 2 ? '#b0307a' : '#3b3f46';
-      ctx.beginPath();
-      ctx.moveTo(x0, y0);
-      ctx.lineTo(x1, y1);
-      ctx.stroke();
-    }
-    ctx.fillStyle = kind === 2 ? '#b0307a' : '#3b3f46';
-    ctx.beginPath();
-    ctx.arc(x0, y0, 3 / scale, 0, 2 * Math.PI);
-    ctx.arc(x1, y1, 3 / scale, 0, 2 * Math.PI);
-    ctx.fill();
+    return KorvanStage.bodyColours(kindCodes[body.shape.kind], awake, body.style === 'ghost');
   }
 
   function draw() {
@@ -201,11 +130,8 @@ const char* playerPageScript() {
     var i, k;
     for (i = 0; i < rec.statics.length; i++) {
       var s = rec.statics[i];
-      if (s.style === 'notifier') {
-        drawShape(s, s.x, s.y, s.a, 'rgba(80,200,120,0.30)', '#2f8f5b', false);
-      } else {
-        drawShape(s, s.x, s.y, s.a, '#5b6472', '#3b4250', false);
-      }
+      var colours = KorvanStage.staticColours(s.style === 'notifier');
+      drawShape(s, s.x, s.y, s.a, colours[0], colours[1], false);
     }
     var f = frames[index];
     var awake = 0, asleep = 0;
@@ -221,25 +147,13 @@ const char* playerPageScript() {
       }
       if (showJoints.checked) {
         for (k = 0; k + 4 < f.j.length; k += 5) {
-          drawJoint(f.j[k], f.j[k + 1], f.j[k + 2], f.j[k + 3], f.j[k + 4]);
+          KorvanStage.joint(ctx, scale, f.j[k], f.j[k + 1], f.j[k + 2], f.j[k + 3], f.j[k + 4]);
         }
       }
       if (showContacts.checked) {
-        var c = f.c, dot = 3 / scale, arm = 14 / scale;
-        ctx.lineWidth = 1.5 / scale;
-        ctx.strokeStyle = '#d9263b';
-        ctx.fillStyle = '#d9263b';
+        var c = f.c;
         for (k = 0; k + 3 < c.length; k += 4) {
-          if (!ok(c[k]) || !ok(c[k + 1])) continue;
-          ctx.beginPath();
-          ctx.arc(c[k], c[k + 1], dot, 0, 2 * Math.PI);
-          ctx.fill();
-          if (ok(c[k + 2]) && ok(c[k + 3])) {
-            ctx.beginPath();
-            ctx.moveTo(c[k], c[k + 1]);
-            ctx.lineTo(c[k] + c[k + 2] * arm, c[k + 1] + c[k + 3] * arm);
-            ctx.stroke();
-          }
+          KorvanStage.contact(ctx, scale, c[k], c[k + 1], c[k + 2], c[k + 3]);
         }
       }
     }

@@ -8,7 +8,11 @@ namespace KorvanDemo {
 const char* playerPageHead();
 // Closes the head and lays out the canvas and the controls.
 const char* playerPageBody();
-// The player script and the end of the page.
+// The drawing helpers (KorvanStage) the player uses, shared with the browser
+// sandbox's page; generated from StagePainter.js. They open the player's
+// script element.
+const char* stagePainterScript();
+// The rest of the player script, its closing tag and the end of the page.
 const char* playerPageScript();
 
 }  // namespace KorvanDemo
