@@ -8,10 +8,11 @@ var KorvanStage = (function () {
 
   function ok(v) { return typeof v === 'number' && isFinite(v); }
 
-  // Grid lines every 1, 5 or 10 units, depending on the view's width, over
-  // rect = [minX, minY, maxX, maxY].
+  // Grid lines every 1, 5, 10, 50 or 100 units, depending on the view's
+  // width, over rect = [minX, minY, maxX, maxY].
   function grid(ctx, scale, rect, viewWidth) {
-    var size = viewWidth > 80 ? 10 : (viewWidth > 30 ? 5 : 1);
+    var size = viewWidth > 800 ? 100 : viewWidth > 300 ? 50 : viewWidth > 80 ? 10 :
+               viewWidth > 30 ? 5 : 1;
     ctx.strokeStyle = 'rgba(0,0,0,0.06)';
     ctx.lineWidth = 1 / scale;
     ctx.beginPath();
