@@ -2,8 +2,8 @@
 // The sandbox page in headless Chromium, driven over the DevTools protocol
 // (through a pipe, so nothing but node and the browser is needed): the page
 // loads and steps, a mouse drag and a touch drag pull bodies towards the
-// pointer, a click drops a body, the canvas follows the pixel density, and a
-// screenshot shows bodies.
+// pointer, a click drops a body, the view zooms and pans, the canvas follows
+// the pixel density, and a screenshot shows bodies.
 //
 // Usage: page_test.js PAGE.html OUTPUT_DIR [CHROMIUM]
 'use strict';
@@ -207,6 +207,44 @@ async function main() {
     check(screenDistance(dropped, dropAt) < 2, 'the dropped body appears under the pointer');
     check(await evaluate(`document.getElementById('status').textContent.endsWith('${count1} bodies')`),
       'the status counts the dropped body');
+
+    // The wheel zooms about the pointer; a drag on empty space pans; two
+    // fingers pinch. None of them drops a body.
+    const body0 = (await evaluate('korvan.body(0)')).screen;
+    await send('Input.dispatchMouseEvent',
+      { type: 'mouseWheel', x: body0[0], y: body0[1], deltaX: 0, deltaY: -400 });
+    const zoomed = await evaluate('korvan.zoom()');
+    check(zoomed > 1.5, 'the wheel zooms in', `zoom ${zoomed.toFixed(2)}`);
+    const body0Zoomed = (await evaluate('korvan.body(0)')).screen;
+    check(screenDistance(body0, body0Zoomed) < 2, 'the point under the wheel stays put');
+    // Empty space near the top of the canvas, which the zoom left on screen.
+    const panFrom = await evaluate(`(function () {
+      var r = document.getElementById('stage').getBoundingClientRect();
+      return [r.left + r.width / 2, r.top + 60]; })()`);
+    check(await evaluate(`korvan.bodyAt(${panFrom[0]}, ${panFrom[1]})`) === -1,
+      'the pan starts on empty space');
+    await mouse('mousePressed', panFrom[0], panFrom[1], 1);
+    for (let i = 1; i <= 5; i++) await mouse('mouseMoved', panFrom[0] - 20 * i, panFrom[1] + 10 * i, 1);
+    await mouse('mouseReleased', panFrom[0] - 100, panFrom[1] + 50, 0);
+    const body0Panned = (await evaluate('korvan.body(0)')).screen;
+    check(Math.abs(body0Panned[0] - body0Zoomed[0] + 100) < 2 &&
+          Math.abs(body0Panned[1] - body0Zoomed[1] - 50) < 2, 'a drag on empty space pans');
+    const pinchAt = [panFrom[0], panFrom[1] + 100];
+    const fingers = (spread) => [{ x: pinchAt[0] - spread, y: pinchAt[1], id: 1 },
+                                 { x: pinchAt[0] + spread, y: pinchAt[1], id: 2 }];
+    await send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: fingers(40) });
+    for (let i = 1; i <= 5; i++) {
+      await send('Input.dispatchTouchEvent', { type: 'touchMove', touchPoints: fingers(40 + 8 * i) });
+    }
+    await send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
+    const pinched = await evaluate('korvan.zoom()');
+    check(Math.abs(pinched / zoomed - 2) < 0.1, 'two fingers spread twice as far zoom in twice',
+      `zoom ${zoomed.toFixed(2)} -> ${pinched.toFixed(2)}`);
+    check(await evaluate('korvan.bodyCount()') === count1, 'zooming and panning drop nothing');
+    await evaluate("document.getElementById('reset').click()");
+    check(await evaluate('korvan.zoom()') === 1, 'Reset brings the view back');
+    await mouse('mousePressed', dropAt[0], dropAt[1], 1);
+    await mouse('mouseReleased', dropAt[0], dropAt[1], 0);
     await evaluate('korvan.play()');
 
     // The screenshot shows the pyramid's boxes on the light stage.
