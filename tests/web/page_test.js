@@ -247,6 +247,22 @@ async function main() {
     await mouse('mouseReleased', dropAt[0], dropAt[1], 0);
     await evaluate('korvan.play()');
 
+    // The switches reach the engine: without gravity a dropped body floats.
+    await evaluate("document.getElementById('gravity').click()");
+    const floatAt = await evaluate('korvan.toClient(-6, -8)');
+    await mouse('mousePressed', floatAt[0], floatAt[1], 1);
+    await mouse('mouseReleased', floatAt[0], floatAt[1], 0);
+    const floating = await evaluate('korvan.bodyCount() - 1');
+    await sleep(500);
+    const floated = (await evaluate(`korvan.body(${floating})`)).screen;
+    check(screenDistance(floated, floatAt) < 2, 'with gravity off a dropped body floats');
+    await evaluate("document.getElementById('gravity').click()");
+    check(await waitFor(`korvan.body(${floating}).screen[1] > ${floatAt[1] + 20}`, 3000),
+      'with gravity back on it falls');
+    const solverOptions = await evaluate(`Array.prototype.map.call(
+      document.querySelectorAll('#solver option'), o => (o.disabled ? '-' : '+') + o.value)`);
+    check(solverOptions[0] === '+0', 'the default solver can be chosen', solverOptions.join(' '));
+
     // The screenshot shows the pyramid's boxes on the light stage.
     await sleep(300);
     const shot = await send('Page.captureScreenshot', { format: 'png' });
