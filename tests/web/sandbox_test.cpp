@@ -92,6 +92,7 @@ TEST_F(SandboxTest, FindsTheBodyUnderAPointByItsShape) {
   for (const auto& c : cases) {
     EXPECT_EQ(sandbox_.bodyAt(p.x + c.dx, p.y + c.dy), c.expected) << c.dx << ", " << c.dy;
   }
+  EXPECT_EQ(sandbox_.bodyAt(0.0f, 0.5f), -1) << "the ground is no body";
   // A dropped circle is found by its radius, not by a box around it.
   const int circle = sandbox_.dropCircle(5.0f, -8.0f);
   EXPECT_EQ(sandbox_.bodyAt(5.0f + 0.45f, -8.0f), circle);
