@@ -76,6 +76,7 @@ bool Sandbox::load(const std::string& name) {
   KorvanScenes::SceneOptions options;
   options.substeps = substepping_;
   options.sleep = sleeping_;
+  options.solver = solver_;
   scene_ = KorvanScenes::Scene::build(name, options);
   sceneName_ = name;
   // A scene may switch things on itself (the sleeping scene does); the page
@@ -133,12 +134,9 @@ void Sandbox::setSubstepping(bool on) {
 
 bool Sandbox::substepping() const { return substepping_; }
 
-bool Sandbox::solverAvailable(SolverChoice choice) { return choice == SolverChoice::Default; }
-
-bool Sandbox::setSolver(SolverChoice choice) {
-  if (!solverAvailable(choice)) return false;
-  solver_ = choice;
-  return true;
+void Sandbox::setSolver(KorvanScenes::SceneOptions::Solver solver) {
+  solver_ = solver;
+  load(sceneName_);
 }
 
 int Sandbox::bodyAt(float x, float y) const {
@@ -155,16 +153,28 @@ bool Sandbox::beginDrag(float x, float y) {
   const int index = bodyAt(x, y);
   if (index < 0) return false;
   xBody* body = scene_->bodies()[index].body;
-  const float mass = body->getMass();
-  xSpringDesc desc;
-  desc.bodySrc = body;
-  desc.bodyDst = nullptr;
-  desc.entity = nullptr;
-  desc.placement = Vec3(x, y, 0.0f);
-  desc.stiffness = kDragStiffnessPerMass * mass;
-  desc.damping = 2.0f * std::sqrt(desc.stiffness * mass);
-  desc.restLength = 0.0f;
-  dragJoint_ = g_ptrSDK->createConstraintSet(desc);
+  if (solver_ == KorvanScenes::SceneOptions::Solver::Stable) {
+    // The stable solver pulls a spring only along the line between its
+    // anchors, which leaves a zero-length spring's sideways swing undamped;
+    // its ball socket is soft and follows the pointer without circling it.
+    xBallSocketDesc desc;
+    desc.bodySrc = body;
+    desc.bodyDst = nullptr;
+    desc.entity = nullptr;
+    desc.placement = Vec3(x, y, 0.0f);
+    dragJoint_ = g_ptrSDK->createConstraintSet(desc);
+  } else {
+    const float mass = body->getMass();
+    xSpringDesc desc;
+    desc.bodySrc = body;
+    desc.bodyDst = nullptr;
+    desc.entity = nullptr;
+    desc.placement = Vec3(x, y, 0.0f);
+    desc.stiffness = kDragStiffnessPerMass * mass;
+    desc.damping = 2.0f * std::sqrt(desc.stiffness * mass);
+    desc.restLength = 0.0f;
+    dragJoint_ = g_ptrSDK->createConstraintSet(desc);
+  }
   draggedIndex_ = index;
   dragX_ = x;
   dragY_ = y;

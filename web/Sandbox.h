@@ -28,9 +28,6 @@ struct FrameLayout {
   static constexpr int kContact = 4;
 };
 
-// The solvers the page can choose between.
-enum class SolverChoice { Default = 0, SoftStep = 1 };
-
 class Sandbox {
  public:
   Sandbox();
@@ -59,10 +56,10 @@ class Sandbox {
   bool sleeping() const;
   void setSubstepping(bool on);
   bool substepping() const;
-  // False when the choice is not available in this build.
-  bool setSolver(SolverChoice choice);
-  SolverChoice solver() const { return solver_; }
-  static bool solverAvailable(SolverChoice choice);
+  // The scene installs the chosen solver for its lifetime, so a change starts
+  // the scene again.
+  void setSolver(KorvanScenes::SceneOptions::Solver solver);
+  KorvanScenes::SceneOptions::Solver solver() const { return solver_; }
 
   // Index into scene().bodies() of the body under a world point; -1 for none.
   int bodyAt(float x, float y) const;
@@ -95,7 +92,7 @@ class Sandbox {
   bool gravity_ = true;
   bool sleeping_ = false;
   bool substepping_ = false;
-  SolverChoice solver_ = SolverChoice::Default;
+  KorvanScenes::SceneOptions::Solver solver_ = KorvanScenes::SceneOptions::Solver::Faithful;
   double lastStepMs_ = 0.0;
   float dropSize_ = 1.0f;
 

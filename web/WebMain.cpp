@@ -7,8 +7,8 @@
 
 #include "Sandbox.h"
 
+using KorvanScenes::SceneOptions;
 using KorvanWeb::Sandbox;
-using KorvanWeb::SolverChoice;
 
 namespace {
 
@@ -89,11 +89,14 @@ EMSCRIPTEN_KEEPALIVE int kw_switch(int which) {
   return 0;
 }
 
-EMSCRIPTEN_KEEPALIVE int kw_solverAvailable(int choice) {
-  return Sandbox::solverAvailable(static_cast<SolverChoice>(choice)) ? 1 : 0;
+// The solvers by index, as the scenes name them ("faithful", "stable").
+EMSCRIPTEN_KEEPALIVE int kw_solverCount() { return 2; }
+EMSCRIPTEN_KEEPALIVE const char* kw_solverName(int index) {
+  return KorvanScenes::solverName(static_cast<SceneOptions::Solver>(index));
 }
-EMSCRIPTEN_KEEPALIVE int kw_setSolver(int choice) {
-  return sandbox().setSolver(static_cast<SolverChoice>(choice)) ? 1 : 0;
+// Starts the scene again with that solver.
+EMSCRIPTEN_KEEPALIVE void kw_setSolver(int index) {
+  sandbox().setSolver(index == 1 ? SceneOptions::Solver::Stable : SceneOptions::Solver::Faithful);
 }
 EMSCRIPTEN_KEEPALIVE int kw_solver() { return static_cast<int>(sandbox().solver()); }
 

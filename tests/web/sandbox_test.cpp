@@ -11,9 +11,9 @@
 #include <string>
 
 using namespace KorvanPHX2D;
+using KorvanScenes::SceneOptions;
 using KorvanWeb::FrameLayout;
 using KorvanWeb::Sandbox;
-using KorvanWeb::SolverChoice;
 
 namespace {
 
@@ -101,35 +101,40 @@ TEST_F(SandboxTest, FindsTheBodyUnderAPointByItsShape) {
 
 TEST_F(SandboxTest, ADraggedBodyFollowsThePointerAndFallsWhenLetGo) {
   // Small scenes and metre-scale ones (ten times the size, ten times the
-  // gravity, much lighter bodies): the spring suits the body it holds.
-  for (const char* name : {"pyramid", "pyramid20", "chain10"}) {
-    ASSERT_TRUE(sandbox_.load(name)) << name;
-    const int held = sandbox_.bodyCount() - 1;
-    const Vec3 start = placement(held);
-    const float size = sandbox_.dropSize();
-    EXPECT_FALSE(sandbox_.beginDrag(start.x, start.y - 3.0f * size)) << name << ": nothing there";
-    ASSERT_TRUE(sandbox_.beginDrag(start.x, start.y)) << name;
-    EXPECT_TRUE(sandbox_.dragging());
-    EXPECT_EQ(sandbox_.draggedBody(), held);
-    const float targetX = start.x + 3.0f * size, targetY = start.y - 3.0f * size;
-    sandbox_.dragTo(targetX, targetY);
-    const std::vector<float>& f = sandbox_.frame();
-    EXPECT_EQ(f[5], 1.0f);
-    EXPECT_EQ(f[8], targetX);
-    EXPECT_EQ(f[9], targetY);
+  // gravity, much lighter bodies), with either solver: the spring suits the
+  // body it holds.
+  for (const auto solver : {SceneOptions::Solver::Faithful, SceneOptions::Solver::Stable}) {
+    sandbox_.setSolver(solver);
+    for (const char* name : {"pyramid", "pyramid20", "chain10"}) {
+      SCOPED_TRACE(std::string(name) + " with the " + KorvanScenes::solverName(solver) + " solver");
+      ASSERT_TRUE(sandbox_.load(name));
+      const int held = sandbox_.bodyCount() - 1;
+      const Vec3 start = placement(held);
+      const float size = sandbox_.dropSize();
+      EXPECT_FALSE(sandbox_.beginDrag(start.x, start.y - 3.0f * size)) << name << ": nothing there";
+      ASSERT_TRUE(sandbox_.beginDrag(start.x, start.y)) << name;
+      EXPECT_TRUE(sandbox_.dragging());
+      EXPECT_EQ(sandbox_.draggedBody(), held);
+      const float targetX = start.x + 3.0f * size, targetY = start.y - 3.0f * size;
+      sandbox_.dragTo(targetX, targetY);
+      const std::vector<float>& f = sandbox_.frame();
+      EXPECT_EQ(f[5], 1.0f);
+      EXPECT_EQ(f[8], targetX);
+      EXPECT_EQ(f[9], targetY);
 
-    const float before = distance(placement(held), targetX, targetY);
-    run(150);
-    const float after = distance(placement(held), targetX, targetY);
-    EXPECT_LT(after, 0.25f * before) << name << ": the body was pulled to the pointer";
+      const float before = distance(placement(held), targetX, targetY);
+      run(150);
+      const float after = distance(placement(held), targetX, targetY);
+      EXPECT_LT(after, 0.25f * before) << name << ": the body was pulled to the pointer";
 
-    sandbox_.endDrag();
-    EXPECT_FALSE(sandbox_.dragging());
-    EXPECT_EQ(sandbox_.draggedBody(), -1);
-    if (sandbox_.scene().joints().empty()) {
-      const float heldY = placement(held).y;
-      run(60);
-      EXPECT_GT(placement(held).y, heldY + 0.5f * size) << name << ": let go, it falls";
+      sandbox_.endDrag();
+      EXPECT_FALSE(sandbox_.dragging());
+      EXPECT_EQ(sandbox_.draggedBody(), -1);
+      if (sandbox_.scene().joints().empty()) {
+        const float heldY = placement(held).y;
+        run(60);
+        EXPECT_GT(placement(held).y, heldY + 0.5f * size) << name << ": let go, it falls";
+      }
     }
   }
 }
@@ -257,12 +262,25 @@ TEST_F(SandboxTest, TurningSleepingOffWakesTheSleepers) {
     EXPECT_TRUE(b.body->isActive());
 }
 
-TEST_F(SandboxTest, OnlyAvailableSolversCanBeChosen) {
-  EXPECT_TRUE(Sandbox::solverAvailable(SolverChoice::Default));
-  EXPECT_EQ(sandbox_.solver(), SolverChoice::Default);
-  EXPECT_TRUE(sandbox_.setSolver(SolverChoice::Default));
-  EXPECT_EQ(sandbox_.setSolver(SolverChoice::SoftStep),
-            Sandbox::solverAvailable(SolverChoice::SoftStep));
+TEST_F(SandboxTest, TheChosenSolverStartsTheSceneAgainAndLastsAcrossScenes) {
+  const xSolverLCP* builtIn = g_ptrSDK->physicsContext()->getSolver();
+  EXPECT_EQ(sandbox_.solver(), SceneOptions::Solver::Faithful);
+  ASSERT_TRUE(sandbox_.load("pyramid20"));
+  run(5);
+  sandbox_.setSolver(SceneOptions::Solver::Stable);
+  EXPECT_EQ(sandbox_.solver(), SceneOptions::Solver::Stable);
+  EXPECT_EQ(sandbox_.sceneName(), "pyramid20");
+  EXPECT_EQ(sandbox_.steps(), 0) << "the scene started again";
+  const auto* stable = dynamic_cast<xSoftStepSolver*>(g_ptrSDK->physicsContext()->getSolver());
+  ASSERT_NE(stable, nullptr);
+  run(5);
+  EXPECT_GT(stable->lastContacts(), 200) << "the pyramid's contacts went through it";
+
+  ASSERT_TRUE(sandbox_.load("pyramid"));
+  EXPECT_NE(dynamic_cast<xSoftStepSolver*>(g_ptrSDK->physicsContext()->getSolver()), nullptr);
+  sandbox_.setSolver(SceneOptions::Solver::Faithful);
+  EXPECT_EQ(g_ptrSDK->physicsContext()->getSolver(), builtIn);
+  EXPECT_EQ(sandbox_.sceneName(), "pyramid");
 }
 
 }  // namespace
