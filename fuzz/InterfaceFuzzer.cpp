@@ -242,6 +242,13 @@ xPrimitive* makeEnvelope(FuzzInput& in) {
   }
 }
 
+// A shape whose category name was not found has no category and must not take
+// part in collisions (initialising its body initialises it too), so the
+// harness gives such a shape the default category.
+void keepCategorised(xShape* s) {
+  if (s->getCollisionCategory() == nullptr) s->setCollisionCategory("default");
+}
+
 void opCreateShape(Context& c) {
   if (static_cast<int>(c.world.shapes.size()) >= kMaxShapes) return;
   xPrimitiveShapeDesc desc;
@@ -253,6 +260,7 @@ void opCreateShape(Context& c) {
     if (m != nullptr) desc.setMaterial(m);
   }
   xShape* shape = g_ptrSDK->createShape(desc);
+  keepCategorised(shape);
   c.world.shapes.push_back(shape);
   xBody* body = c.in.flag() ? FuzzWorld::pick(c.world.bodies, c.in.byte()) : nullptr;
   if (body != nullptr) {
@@ -281,6 +289,7 @@ void opShapeState(Context& c) {
   switch (c.in.below(5)) {
     case 0:
       s->setCollisionCategory(pickName(kCategoryNames, c.in));
+      keepCategorised(s);
       break;
     case 1: {
       auto* ps = dynamic_cast<xPrimitiveShape*>(s);
