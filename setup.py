@@ -24,6 +24,17 @@ def engine_sources():
     return sources
 
 
+def headers():
+    found = []
+    for folder in [os.path.join("KorvanPhysics2D", s) for s in SUBSYSTEMS] + [
+        "KorvanPhysics2D",
+        os.path.join("python", "src"),
+    ]:
+        found += [os.path.join(folder, f) for f in os.listdir(os.path.join(ROOT, folder))
+                  if f.endswith(".h")]
+    return sorted(found)
+
+
 BINDING_SOURCES = [
     os.path.join("python", "src", name)
     for name in ["Module.cpp", "World.cpp", "WorldCore.cpp", "Registries.cpp", "Convert.cpp"]
@@ -36,6 +47,8 @@ extension = Pybind11Extension(
     "korvan._korvan",
     sorted(engine_sources()) + BINDING_SOURCES,
     include_dirs=[ROOT],
+    # A changed header rebuilds the module.
+    depends=headers(),
     define_macros=[("KORVANPHYSICS2D_BUILDING", None)],
     cxx_std=17,
     # The optimisation of the CMake release build, without debug information.

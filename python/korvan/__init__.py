@@ -7,6 +7,8 @@ cores, run one World in each of several processes (see
 examples/python/restitution_sweep.py).
 """
 
+import threading
+
 from ._korvan import (
     Body,
     Joint,
@@ -31,5 +33,11 @@ __all__ = [
     "material",
     "material_names",
     "pair_categories",
+    "world_lock",
 ]
+
+#: A lock for programs that open Worlds from several threads of one process
+#: (the engine is one per process): hold it for as long as a World is open.
+#: ``with korvan.world_lock, korvan.World() as world: ...``
+world_lock = threading.Lock()
 __version__ = "0.1.0"
