@@ -49,7 +49,8 @@ cores, run one World in each of several processes.
         print(world.state())          # float32 array, one row per body
 )";
 
-const char* kWorldDoc = R"(World(gravity=(0.0, 9.81), substeps=False, sleep=False, solver="faithful", workers=1)
+const char* kWorldDoc =
+    R"(World(gravity=(0.0, 9.81), substeps=False, sleep=False, solver="faithful", workers=1)
 
 The simulated world: the engine object with the bodies, ground and joints made
 through it. Only one World may be open per process; a second one raises
@@ -66,6 +67,9 @@ workers   -- worker threads of the step; 1 is the only value in this build
 
 PYBIND11_MODULE(_korvan, m) {
   m.doc() = kModuleDoc;
+  // The docstrings carry the Python signatures themselves.
+  py::options options;
+  options.disable_function_signatures();
 
   py::class_<PyBody>(m, "Body", R"(A dynamic body made by World.add_circle or World.add_box.
 
@@ -119,7 +123,8 @@ wakes a sleeping body. Reading from a closed world raises RuntimeError.)")
       .def("add_circle", &PyWorld::addCircle, py::arg("position"), py::arg("radius"),
            py::arg("mass"), py::arg("angle") = 0.0, py::arg("material") = py::none(),
            py::arg("category") = "default",
-           "add_circle(position, radius, mass, angle=0.0, material=None, category='default') -> Body\n\n"
+           "add_circle(position, radius, mass, angle=0.0, material=None, category='default') -> "
+           "Body\n\n"
            "A dynamic circle. Its moment of inertia is mass * radius**2 / 4, the engine's\n"
            "factor for circles. material and category are registered names (None: the\n"
            "default material).")
@@ -152,8 +157,7 @@ wakes a sleeping body. Reading from a closed world raises RuntimeError.)")
            "state() -> numpy.ndarray\n\n"
            "A new float32 array of shape (bodies, 6): x, y, angle, vx, vy, angular velocity\n"
            "for every body in creation order (Body.index is its row).")
-      .def("on_contact", py::overload_cast<py::handle>(&PyWorld::onContact),
-           py::arg("callback"),
+      .def("on_contact", py::overload_cast<py::handle>(&PyWorld::onContact), py::arg("callback"),
            "on_contact(callback)\n\n"
            "Calls callback(a, b, point, normal, depth) for every contact the engine records\n"
            "during step(): a is a Body, b a Body or None for static geometry, point the world\n"

@@ -16,7 +16,8 @@ constexpr int kPileSteps = 120;
 
 inline void buildPile(WorldCore& world) {
   using KorvanPHX2D::Vec2;
-  KorvanPHX2D::xMaterial* material = KorvanPHX2D::xMaterialDispatcher::Instance()->defaultMaterial();
+  KorvanPHX2D::xMaterial* material =
+      KorvanPHX2D::xMaterialDispatcher::Instance()->defaultMaterial();
   world.addGround(Vec2(-25.0f, 0.0f), Vec2(25.0f, 0.0f), material, "default");
   world.addGround(Vec2(-21.0f, 0.0f), Vec2(-21.0f, -40.0f), material, "default");
   world.addGround(Vec2(21.0f, 0.0f), Vec2(21.0f, -40.0f), material, "default");

@@ -170,8 +170,8 @@ py::object PyWorld::addCircle(py::handle position, py::handle radius, py::handle
   return addBody(w.addCircle(p, r, m, a, mat, c), "circle");
 }
 
-py::object PyWorld::addBox(py::handle position, py::handle size, py::handle mass,
-                           py::handle angle, py::handle material, py::handle category) {
+py::object PyWorld::addBox(py::handle position, py::handle size, py::handle mass, py::handle angle,
+                           py::handle material, py::handle category) {
   const Vec2 p = toVec2(position, "position");
   const Vec2 s = toPositiveVec2(size, "size");
   const float m = toPositiveFloat(mass, "mass");
@@ -188,9 +188,8 @@ int PyWorld::bodyIndex(py::handle body, const char* name, bool noneAllowed) cons
     raise(PyExc_TypeError, std::string(name) + " must be a Body, not None");
   }
   if (!py::isinstance<PyBody>(body)) {
-    raise(PyExc_TypeError, std::string(name) + " must be a Body" +
-                               (noneAllowed ? " or None" : "") + ", not " +
-                               Py_TYPE(body.ptr())->tp_name);
+    raise(PyExc_TypeError, std::string(name) + " must be a Body" + (noneAllowed ? " or None" : "") +
+                               ", not " + Py_TYPE(body.ptr())->tp_name);
   }
   const PyBody& b = body.cast<const PyBody&>();
   if (b.link() != link_.get()) {
