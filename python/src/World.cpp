@@ -158,28 +158,41 @@ py::object PyWorld::addBody(int index, const char* kind) {
   return body;
 }
 
+namespace {
+
+// What add_circle and add_box share, checked.
+struct BodyArguments {
+  Vec2 position;
+  float mass;
+  float angle;
+  xMaterial* material;
+  std::string category;
+
+  BodyArguments(py::handle positionArg, py::handle massArg, py::handle angleArg,
+                py::handle materialArg, py::handle categoryArg)
+      : position(toVec2(positionArg, "position")),
+        mass(toPositiveFloat(massArg, "mass")),
+        angle(toFiniteFloat(angleArg, "angle")),
+        material(materialArgument(materialArg)),
+        category(categoryArgument(categoryArg)) {}
+};
+
+}  // namespace
+
 py::object PyWorld::addCircle(py::handle position, py::handle radius, py::handle mass,
                               py::handle angle, py::handle material, py::handle category) {
-  const Vec2 p = toVec2(position, "position");
   const float r = toPositiveFloat(radius, "radius");
-  const float m = toPositiveFloat(mass, "mass");
-  const float a = toFiniteFloat(angle, "angle");
-  xMaterial* mat = materialArgument(material);
-  const std::string c = categoryArgument(category);
+  const BodyArguments b(position, mass, angle, material, category);
   WorldCore& w = link_->changeable("add_circle");
-  return addBody(w.addCircle(p, r, m, a, mat, c), "circle");
+  return addBody(w.addCircle(b.position, r, b.mass, b.angle, b.material, b.category), "circle");
 }
 
 py::object PyWorld::addBox(py::handle position, py::handle size, py::handle mass, py::handle angle,
                            py::handle material, py::handle category) {
-  const Vec2 p = toVec2(position, "position");
   const Vec2 s = toPositiveVec2(size, "size");
-  const float m = toPositiveFloat(mass, "mass");
-  const float a = toFiniteFloat(angle, "angle");
-  xMaterial* mat = materialArgument(material);
-  const std::string c = categoryArgument(category);
+  const BodyArguments b(position, mass, angle, material, category);
   WorldCore& w = link_->changeable("add_box");
-  return addBody(w.addBox(p, s, m, a, mat, c), "box");
+  return addBody(w.addBox(b.position, s, b.mass, b.angle, b.material, b.category), "box");
 }
 
 int PyWorld::bodyIndex(py::handle body, const char* name, bool noneAllowed) const {
