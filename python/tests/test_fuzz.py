@@ -147,6 +147,7 @@ WorldMachine.TestCase.settings = settings(
     max_examples=int(os.environ.get("KORVAN_FUZZ_EXAMPLES", "150")),
     stateful_step_count=25,
     deadline=None,
+    database=None,
     suppress_health_check=[HealthCheck.too_slow, HealthCheck.filter_too_much],
 )
 TestWorldMachine = WorldMachine.TestCase
