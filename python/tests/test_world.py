@@ -165,3 +165,24 @@ def test_categories_decide_who_collides(grounded):
     assert solid.position[1] == pytest.approx(GROUND_Y - 0.5, abs=0.05)
     assert ghost.position[1] > GROUND_Y + 100.0
     assert phantom.position[1] > GROUND_Y + 100.0
+
+
+def test_a_long_step_run_can_be_interrupted(world):
+    import signal
+
+    class Interrupted(Exception):
+        pass
+
+    def handler(signum, frame):
+        raise Interrupted
+
+    world.add_circle((0.0, 0.0), 0.5, 1.0)
+    previous = signal.signal(signal.SIGALRM, handler)
+    signal.setitimer(signal.ITIMER_REAL, 0.05)
+    try:
+        with pytest.raises(Interrupted):
+            world.step(1 / 60, steps=10**12)
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        signal.signal(signal.SIGALRM, previous)
+    assert 0.0 < world.time < 1e6
