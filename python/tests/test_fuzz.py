@@ -7,7 +7,7 @@ import math
 import os
 
 import hypothesis.strategies as st
-from hypothesis import HealthCheck, settings
+from hypothesis import HealthCheck, given, settings
 from hypothesis.stateful import Bundle, RuleBasedStateMachine, invariant, precondition, rule
 
 import korvan
@@ -141,6 +141,20 @@ class WorldMachine(RuleBasedStateMachine):
     def state_has_a_row_per_body(self):
         state = self.world.state()
         assert state.shape == (len(self.world.bodies), 6)
+
+
+@settings(max_examples=200, deadline=None, database=None)
+@given(gravity=vectors, substeps=st.one_of(st.booleans(), junk), sleep=st.one_of(st.booleans(), junk),
+       solver=st.one_of(st.sampled_from(["faithful", "stable", ""]), junk),
+       workers=st.one_of(st.integers(-3, 5), junk))
+def test_world_options_never_crash(gravity, substeps, sleep, solver, workers):
+    world = attempt(korvan.World, gravity, substeps, sleep, solver, workers)
+    if world is not None:
+        world.add_ground((-10.0, 0.0), (10.0, 0.0))
+        world.add_circle((0.0, -1.0), 0.5, 1.0)
+        world.step(0.05, steps=3)
+        world.close()
+    korvan.World().close()  # nothing was left open
 
 
 WorldMachine.TestCase.settings = settings(
