@@ -53,7 +53,9 @@ extension = Pybind11Extension(
     cxx_std=17,
     # The options of the CMake release build, without debug information. No
     # fused multiply-adds: results must match the C++ library's bit for bit.
-    extra_compile_args=["-O3", "-g0", "-fno-semantic-interposition", "-ffp-contract=off"],
+    extra_compile_args=["-O3", "-g0", "-fno-semantic-interposition", "-ffp-contract=off",
+                        "-pthread"],
+    extra_link_args=["-pthread"],
 )
 
 setup(

@@ -60,7 +60,9 @@ gravity   -- acceleration in world units per second squared (+y is down)
 substeps  -- split each step into substeps of at most 0.01 s for stiff scenes
 sleep     -- let bodies that stay at rest fall asleep until something touches them
 solver    -- the constraint solver; "faithful" (the engine's own) is the only one
-workers   -- worker threads of the step; 1 is the only value in this build
+workers   -- threads that solve the separate groups of touching or joined bodies
+             of a step at the same time; the results are bit-identical to
+             workers=1 (contact callbacks still run on the calling thread)
 )";
 
 }  // namespace
@@ -168,7 +170,9 @@ wakes a sleeping body. Reading from a closed world raises RuntimeError.)")
       .def_property_readonly("bodies", &PyWorld::bodies, "All bodies, in creation order.")
       .def_property("gravity", &PyWorld::gravity, &PyWorld::setGravity,
                     "Gravity (gx, gy) in world units per second squared.")
-      .def_property_readonly("time", &PyWorld::time, "Simulated time in seconds.");
+      .def_property_readonly("time", &PyWorld::time, "Simulated time in seconds.")
+      .def_property_readonly("workers", &PyWorld::workers,
+                             "Threads that solve the groups of bodies in a step.");
 
   KorvanPython::defineRegistries(m);
 }

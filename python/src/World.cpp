@@ -15,6 +15,9 @@ namespace {
 // Set while a World is open in this process: the engine is one per process.
 bool g_worldOpen = false;
 
+// More threads than this only cost memory.
+constexpr long long kMaxWorkers = 256;
+
 py::tuple pair(float x, float y) { return py::make_tuple(x, y); }
 
 }  // namespace
@@ -114,11 +117,7 @@ PyWorld::PyWorld(py::handle gravity, py::handle substeps, py::handle sleep, py::
     raise(PyExc_ValueError, "solver: '" + solverName +
                                 "' is not available in this build; the only solver is 'faithful'");
   }
-  const long long workerCount = toInteger(workers, "workers", 1, 1024);
-  if (workerCount != 1) {
-    raise(PyExc_ValueError,
-          "workers: worker threads are not available in this build; use workers=1");
-  }
+  settings.workers = static_cast<int>(toInteger(workers, "workers", 1, kMaxWorkers));
   if (g_worldOpen || WorldCore::engineExists()) {
     // A World that is only kept alive by a reference cycle goes away here.
     py::module_::import("gc").attr("collect")();
@@ -327,6 +326,8 @@ void PyWorld::setGravity(py::handle value) {
 }
 
 float PyWorld::time() const { return link_->live().time(); }
+
+int PyWorld::workers() const { return link_->live().workers(); }
 
 int PyWorld::traverse(visitproc visit, void* arg) {
   Py_VISIT(callback_.ptr());

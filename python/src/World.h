@@ -101,6 +101,7 @@ class PyWorld : public ContactListener {
   py::tuple gravity() const;
   void setGravity(py::handle value);
   float time() const;
+  int workers() const;
 
   bool onContact(int a, int b, const KorvanPHX2D::Vec2& point, const KorvanPHX2D::Vec2& normal,
                  float depth) override;

@@ -66,6 +66,7 @@ WorldCore::WorldCore(const WorldSettings& settings) {
   cfg->cfg_substepping = settings.substeps;
   cfg->cfg_autoDeactivate = settings.sleep;
   engine_ = kvnCreateKorvanSDK();
+  engine_->setWorkerCount(settings.workers);
   owner_ = new Owner(*this);
 }
 

@@ -27,6 +27,8 @@ struct WorldSettings {
   KorvanPHX2D::Vec2 gravity = KorvanPHX2D::Vec2(0.0f, 9.81f);
   bool substeps = false;
   bool sleep = false;
+  // Threads that solve the groups of a step; results do not depend on it.
+  int workers = 1;
 };
 
 class WorldCore {
@@ -67,6 +69,7 @@ class WorldCore {
   // x, y, angle, vx, vy, angular velocity.
   void writeState(float* out) const;
   float time() const;
+  int workers() const { return engine_->workerCount(); }
 
   // Moves or sets the velocity of a body and wakes it, so that the change acts
   // at the next step even when the body slept.

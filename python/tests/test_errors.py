@@ -88,7 +88,7 @@ def test_step_arguments(world, kwargs, error):
         ({"sleep": "yes"}, TypeError, "sleep"),
         ({"solver": "stable"}, ValueError, "solver"),
         ({"solver": 1}, TypeError, "solver"),
-        ({"workers": 2}, ValueError, "workers"),
+        ({"workers": 257}, ValueError, "workers"),
         ({"workers": 0}, ValueError, "workers"),
         ({"workers": 1.0}, TypeError, "workers"),
     ],

@@ -8,7 +8,14 @@ import os
 
 import hypothesis.strategies as st
 from hypothesis import HealthCheck, given, settings
-from hypothesis.stateful import Bundle, RuleBasedStateMachine, invariant, precondition, rule
+from hypothesis.stateful import (
+    Bundle,
+    RuleBasedStateMachine,
+    initialize,
+    invariant,
+    precondition,
+    rule,
+)
 
 import korvan
 
@@ -48,10 +55,15 @@ class WorldMachine(RuleBasedStateMachine):
 
     def __init__(self):
         super().__init__()
-        self.world = korvan.World()
+        self.world = None
+
+    @initialize(workers=st.sampled_from([1, 1, 2]), sleep=st.booleans(), substeps=st.booleans())
+    def open_world(self, workers, sleep, substeps):
+        self.world = korvan.World(workers=workers, sleep=sleep, substeps=substeps)
 
     def teardown(self):
-        self.world.close()
+        if self.world is not None:
+            self.world.close()
 
     @rule(target=bodies, position=vectors, radius=scalars, mass=scalars, angle=scalars,
           material=names, category=names)

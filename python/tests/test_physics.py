@@ -143,3 +143,36 @@ def test_material_restitution_sets_the_bounce(world):
     assert bounced[bouncy]
     assert GROUND_Y - apex[bouncy] > 3.0
     assert GROUND_Y - apex[dull] < 0.6
+
+
+def islands(workers):
+    """Eight separate heaps of boxes and circles (eight groups to solve), with a
+    contact callback that vetoes some contacts; returns the states and the calls."""
+    calls = []
+    with korvan.World(workers=workers, sleep=True) as world:
+        assert world.workers == workers
+        world.add_ground((-100.0, GROUND_Y), (100.0, GROUND_Y))
+        for island in range(8):
+            x0 = -70.0 + 20.0 * island
+            for level in range(6):
+                world.add_box((x0 + 0.1 * level, GROUND_Y - 0.5 - 1.05 * level), (1.0, 1.0), 1.0)
+                world.add_circle((x0 + 2.0, GROUND_Y - 0.5 - 1.2 * level), 0.5, 1.0)
+
+        def record(a, b, point, normal, depth):
+            calls.append((a.index, None if b is None else b.index, point, normal, depth))
+            return (a.index + len(calls)) % 13 != 0
+
+        world.on_contact(record)
+        states = []
+        for _ in range(40):
+            world.step(1 / 60, steps=3)
+            states.append(world.state())
+        return np.array(states), calls
+
+
+def test_workers_give_bit_identical_results():
+    one, one_calls = islands(1)
+    three, three_calls = islands(3)
+    assert np.array_equal(one, three)
+    assert one_calls == three_calls
+    assert len(one_calls) > 1000
