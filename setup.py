@@ -51,10 +51,12 @@ extension = Pybind11Extension(
     depends=headers(),
     define_macros=[("KORVANPHYSICS2D_BUILDING", None)],
     cxx_std=17,
-    # The options of the CMake release build, without debug information. No
-    # fused multiply-adds: results must match the C++ library's bit for bit.
-    extra_compile_args=["-O3", "-g0", "-fno-semantic-interposition", "-ffp-contract=off",
-                        "-pthread"],
+    # The options of the CMake release build: Python's own flags (debug
+    # information, -fwrapv, the stack protector) are undone so that the engine
+    # runs the same code as the C++ library. No fused multiply-adds: results
+    # must match the library's bit for bit.
+    extra_compile_args=["-O3", "-g0", "-fno-wrapv", "-fno-stack-protector",
+                        "-fno-semantic-interposition", "-ffp-contract=off", "-pthread"],
     extra_link_args=["-pthread"],
 )
 
