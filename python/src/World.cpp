@@ -113,9 +113,10 @@ PyWorld::PyWorld(py::handle gravity, py::handle substeps, py::handle sleep, py::
   settings.substeps = toBool(substeps, "substeps");
   settings.sleep = toBool(sleep, "sleep");
   const std::string solverName = toName(solver, "solver");
-  if (solverName != "faithful") {
-    raise(PyExc_ValueError, "solver: '" + solverName +
-                                "' is not available in this build; the only solver is 'faithful'");
+  if (solverName == "stable") {
+    settings.solver = SolverKind::Stable;
+  } else if (solverName != "faithful") {
+    raise(PyExc_ValueError, "solver must be 'faithful' or 'stable', got '" + solverName + "'");
   }
   settings.workers = static_cast<int>(toInteger(workers, "workers", 1, kMaxWorkers));
   if (g_worldOpen || WorldCore::engineExists()) {
@@ -328,6 +329,10 @@ void PyWorld::setGravity(py::handle value) {
 float PyWorld::time() const { return link_->live().time(); }
 
 int PyWorld::workers() const { return link_->live().workers(); }
+
+const char* PyWorld::solver() const {
+  return link_->live().solver() == SolverKind::Stable ? "stable" : "faithful";
+}
 
 int PyWorld::traverse(visitproc visit, void* arg) {
   Py_VISIT(callback_.ptr());

@@ -102,6 +102,7 @@ class PyWorld : public ContactListener {
   void setGravity(py::handle value);
   float time() const;
   int workers() const;
+  const char* solver() const;
 
   bool onContact(int a, int b, const KorvanPHX2D::Vec2& point, const KorvanPHX2D::Vec2& normal,
                  float depth) override;

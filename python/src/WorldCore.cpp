@@ -67,6 +67,10 @@ WorldCore::WorldCore(const WorldSettings& settings) {
   cfg->cfg_autoDeactivate = settings.sleep;
   engine_ = kvnCreateKorvanSDK();
   engine_->setWorkerCount(settings.workers);
+  if (settings.solver == SolverKind::Stable) {
+    stableSolver_ = std::make_unique<xSoftStepSolver>();
+    engine_->physicsContext()->setSolver(stableSolver_.get());
+  }
   owner_ = new Owner(*this);
 }
 
@@ -78,6 +82,7 @@ WorldCore::~WorldCore() {
   }
   for (xPrimitiveShape* shape : shapes_) delete shape;
   for (xBody* body : bodies_) delete body;
+  engine_->physicsContext()->setSolver(nullptr);
   kvnDestroyKorvanSDK();
   delete owner_;
   xConfigurator* cfg = xConfigurator::Instance();

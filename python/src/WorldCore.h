@@ -7,6 +7,7 @@
 
 #include <KorvanPhysics2D/KorvanPhysics2D.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,12 +24,18 @@ class ContactListener {
                          const KorvanPHX2D::Vec2& normal, float depth) = 0;
 };
 
+enum class SolverKind {
+  Faithful,  // the engine's built-in Gauss-Southwell solver
+  Stable,    // xSoftStepSolver: soft constraints, substeps, warm starting
+};
+
 struct WorldSettings {
   KorvanPHX2D::Vec2 gravity = KorvanPHX2D::Vec2(0.0f, 9.81f);
   bool substeps = false;
   bool sleep = false;
   // Threads that solve the groups of a step; results do not depend on it.
   int workers = 1;
+  SolverKind solver = SolverKind::Faithful;
 };
 
 class WorldCore {
@@ -70,6 +77,7 @@ class WorldCore {
   void writeState(float* out) const;
   float time() const;
   int workers() const { return engine_->workerCount(); }
+  SolverKind solver() const { return stableSolver_ ? SolverKind::Stable : SolverKind::Faithful; }
 
   // Moves or sets the velocity of a body and wakes it, so that the change acts
   // at the next step even when the body slept.
@@ -91,6 +99,8 @@ class WorldCore {
   bool savedSubstepping_;
   bool savedAutoDeactivate_;
 
+  // Installed in the engine when the settings ask for it; deleted after it.
+  std::unique_ptr<KorvanPHX2D::xSoftStepSolver> stableSolver_;
   KorvanPHX2D::KorvanPhysicsSDK* engine_;
   Owner* owner_;
   ContactListener* listener_ = nullptr;

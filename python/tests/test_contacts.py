@@ -104,3 +104,23 @@ def test_the_world_cannot_change_from_inside_the_callback(grounded, change):
     with pytest.raises(RuntimeError, match="inside a contact callback"):
         grounded.step(1 / 60)
     assert not grounded.closed
+
+
+def test_veto_with_the_stable_solver():
+    # Its speculative contacts (negative depth, just before touching) go
+    # through the callback too, and a veto holds for them as well.
+    depths = []
+    with korvan.World(solver="stable") as world:
+        world.add_ground((-100.0, GROUND_Y), (100.0, GROUND_Y))
+        kept = world.add_circle((-3.0, GROUND_Y - 2.0), 0.5, 1.0)
+        vetoed = world.add_circle((3.0, GROUND_Y - 2.0), 0.5, 1.0)
+
+        def veto(a, b, point, normal, depth):
+            depths.append(depth)
+            return a is not vetoed
+
+        world.on_contact(veto)
+        world.step(1 / 60, steps=180)
+        assert kept.position[1] == pytest.approx(GROUND_Y - 0.5, abs=0.05)
+        assert vetoed.position[1] > GROUND_Y + 5.0
+    assert min(depths) < 0.0

@@ -86,7 +86,7 @@ def test_step_arguments(world, kwargs, error):
         ({"gravity": "down"}, TypeError, "gravity"),
         ({"substeps": 1}, TypeError, "substeps"),
         ({"sleep": "yes"}, TypeError, "sleep"),
-        ({"solver": "stable"}, ValueError, "solver"),
+        ({"solver": "Stable"}, ValueError, "solver"),
         ({"solver": 1}, TypeError, "solver"),
         ({"workers": 257}, ValueError, "workers"),
         ({"workers": 0}, ValueError, "workers"),

@@ -57,9 +57,10 @@ class WorldMachine(RuleBasedStateMachine):
         super().__init__()
         self.world = None
 
-    @initialize(workers=st.sampled_from([1, 1, 2]), sleep=st.booleans(), substeps=st.booleans())
-    def open_world(self, workers, sleep, substeps):
-        self.world = korvan.World(workers=workers, sleep=sleep, substeps=substeps)
+    @initialize(workers=st.sampled_from([1, 1, 2]), sleep=st.booleans(), substeps=st.booleans(),
+                solver=st.sampled_from(["faithful", "stable"]))
+    def open_world(self, workers, sleep, substeps, solver):
+        self.world = korvan.World(workers=workers, sleep=sleep, substeps=substeps, solver=solver)
 
     def teardown(self):
         if self.world is not None:

@@ -145,12 +145,12 @@ def test_material_restitution_sets_the_bounce(world):
     assert GROUND_Y - apex[dull] < 0.6
 
 
-def islands(workers):
+def islands(workers, solver="faithful"):
     """Eight separate heaps of boxes and circles (eight groups to solve), with a
     contact callback that vetoes some contacts; returns the states and the calls."""
     calls = []
-    with korvan.World(workers=workers, sleep=True) as world:
-        assert world.workers == workers
+    with korvan.World(workers=workers, sleep=True, solver=solver) as world:
+        assert (world.workers, world.solver) == (workers, solver)
         world.add_ground((-100.0, GROUND_Y), (100.0, GROUND_Y))
         for island in range(8):
             x0 = -70.0 + 20.0 * island
@@ -170,9 +170,29 @@ def islands(workers):
         return np.array(states), calls
 
 
-def test_workers_give_bit_identical_results():
-    one, one_calls = islands(1)
-    three, three_calls = islands(3)
+@pytest.mark.parametrize("solver", ["faithful", "stable"])
+def test_workers_give_bit_identical_results(solver):
+    one, one_calls = islands(1, solver)
+    three, three_calls = islands(3, solver)
     assert np.array_equal(one, three)
     assert one_calls == three_calls
     assert len(one_calls) > 1000
+
+
+def tower(solver, height=12):
+    with korvan.World(solver=solver) as world:
+        world.add_ground((-100.0, GROUND_Y), (100.0, GROUND_Y))
+        for level in range(height):
+            world.add_box((0.0, GROUND_Y - 0.5 - level), (1.0, 1.0), 1.0)
+        world.step(1 / 60, steps=300)
+        return world.state()
+
+
+def test_the_stable_solver_keeps_a_tall_tower_standing():
+    stable = tower("stable")
+    assert np.all(np.abs(stable[:, 0]) < 0.05)  # nothing slid off
+    assert np.all(np.abs(stable[:, 2]) < 0.01)  # nor tipped
+    expected_y = GROUND_Y - 0.5 - np.arange(12)
+    assert np.all(np.abs(stable[:, 1] - expected_y) < 0.1)
+    assert not np.array_equal(stable, tower("faithful"))
+
