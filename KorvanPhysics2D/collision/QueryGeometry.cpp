@@ -137,9 +137,7 @@ bool kvnSegmentMeetsBox(const Vec2& a, const Vec2& b, const Box2& box) {
   return true;
 }
 
-bool kvnCircleContains(const Vec2& c, float r, const Vec2& p) {
-  return kvnLen2V2(p - c) <= r * r;
-}
+bool kvnCircleContains(const Vec2& c, float r, const Vec2& p) { return kvnLen2V2(p - c) <= r * r; }
 
 bool kvnBoxContains(const Vec3& placement, const Vec2& half, const Vec2& p) {
   const Vec2 l = kvnTransReversePosMtx23(kvnVec3ToMtx23(placement), p);
