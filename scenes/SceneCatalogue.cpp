@@ -36,6 +36,11 @@ const std::vector<Entry>& entries() {
         "a notifier region counting the bodies that pass through it; a ghost ignores everything",
         400, 0.01f, 300},
        makeCategoriesScene},
+      {{"raycast",
+        "a turning lamp sweeps a fan of rays across the room each step; the replay draws the rays "
+        "and their hit points",
+        500, 0.01f, 300},
+       makeRaycastScene},
   };
   return table;
 }

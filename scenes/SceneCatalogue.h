@@ -20,6 +20,7 @@ std::unique_ptr<Scene> makeSpringsScene(const SceneInfo& info, const SceneOption
 std::unique_ptr<Scene> makeMotorScene(const SceneInfo& info, const SceneOptions& options);
 std::unique_ptr<Scene> makeSleepingScene(const SceneInfo& info, const SceneOptions& options);
 std::unique_ptr<Scene> makeCategoriesScene(const SceneInfo& info, const SceneOptions& options);
+std::unique_ptr<Scene> makeRaycastScene(const SceneInfo& info, const SceneOptions& options);
 
 // Small deterministic generator so that scenes are the same on every run.
 class SceneRandom {
