@@ -1,4 +1,5 @@
 #include <KorvanPhysics2D/collision/QuadTreeWalk.h>
+#include <KorvanPhysics2D/collision/QueryGeometry.h>
 
 namespace KorvanPHX2D {
 
@@ -41,30 +42,7 @@ Box2 xQuadTreeWalk::cellBox(int x, int y, int depth) const {
 }
 
 bool xQuadTreeWalk::spanOfCell(const Ray& ray, int x, int y, int depth, Span& span) const {
-  // Monotone float steps only, so a cell's span lies within its parent's.
-  const Box2 c = cellBox(x, y, depth);
-  const float lo[2] = {c.vMin.x, c.vMin.y}, hi[2] = {c.vMax.x, c.vMax.y};
-  const float o[2] = {ray.o.x, ray.o.y}, d[2] = {ray.d.x, ray.d.y}, inv[2] = {ray.inv.x, ray.inv.y};
-  float enter = 0.0f, exit = 1.0f;
-  for (int axis = 0; axis < 2; ++axis) {
-    if (d[axis] == 0.0f) {
-      if (o[axis] < lo[axis] || o[axis] > hi[axis]) return false;
-      continue;
-    }
-    float t0 = (lo[axis] - o[axis]) * inv[axis];
-    float t1 = (hi[axis] - o[axis]) * inv[axis];
-    if (t0 > t1) {
-      const float swap = t0;
-      t0 = t1;
-      t1 = swap;
-    }
-    if (t0 > enter) enter = t0;
-    if (t1 < exit) exit = t1;
-    if (enter > exit) return false;
-  }
-  span.enter = enter;
-  span.exit = exit;
-  return true;
+  return kvnClipSegmentToBox(ray.o, ray.d, cellBox(x, y, depth), span.enter, span.exit);
 }
 
 bool xQuadTreeWalk::firstCellForBox(xShape* s, int x, int y, const Box2& q) const {

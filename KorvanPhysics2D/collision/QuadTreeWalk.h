@@ -47,7 +47,6 @@ class xQuadTreeWalk {
 
   struct Ray {
     Vec2 o, d;
-    Vec2 inv;  // 1/d per axis; unused where d is 0
   };
   struct Span {
     float enter, exit;
@@ -57,15 +56,14 @@ class xQuadTreeWalk {
     float enter;
   };
 
-  static Ray makeRay(const Vec2& o, const Vec2& d) {
-    return Ray{o, d, Vec2(d.x != 0.0f ? 1.0f / d.x : 0.0f, d.y != 0.0f ? 1.0f / d.y : 0.0f)};
-  }
+  static Ray makeRay(const Vec2& o, const Vec2& d) { return Ray{o, d}; }
 
   // The square of cell (x, y) at `depth`, grown by a small margin so that a
   // shape whose box was rounded across a cell border is still met. Cells of
   // one branch nest exactly, margin included.
   Box2 cellBox(int x, int y, int depth) const;
   // Fraction range of the ray within a cell over [0, 1]; false if it misses.
+  // A cell's range lies within its parent's.
   bool spanOfCell(const Ray& ray, int x, int y, int depth, Span& span) const;
 
   // Whether (x, y) is the cell of the shape's range where a walk over `q`

@@ -113,10 +113,11 @@ bool kvnRayMeetsSegment(const Vec2& from, const Vec2& delta, const Vec2& a, cons
   return true;
 }
 
-bool kvnSegmentMeetsBox(const Vec2& a, const Vec2& b, const Box2& box) {
-  // Clip the parameter range [0, 1] against both slabs.
-  float enter = 0.0f, exit = 1.0f;
-  const float origin[2] = {a.x, a.y}, dir[2] = {b.x - a.x, b.y - a.y};
+bool kvnClipSegmentToBox(const Vec2& from, const Vec2& delta, const Box2& box, float& enter,
+                         float& exit) {
+  enter = 0.0f;
+  exit = 1.0f;
+  const float origin[2] = {from.x, from.y}, dir[2] = {delta.x, delta.y};
   const float lo[2] = {box.vMin.x, box.vMin.y}, hi[2] = {box.vMax.x, box.vMax.y};
   for (int axis = 0; axis < 2; ++axis) {
     if (dir[axis] == 0.0f) {
@@ -135,6 +136,11 @@ bool kvnSegmentMeetsBox(const Vec2& a, const Vec2& b, const Box2& box) {
     if (enter > exit) return false;
   }
   return true;
+}
+
+bool kvnSegmentMeetsBox(const Vec2& a, const Vec2& b, const Box2& box) {
+  float enter, exit;
+  return kvnClipSegmentToBox(a, b - a, box, enter, exit);
 }
 
 bool kvnCircleContains(const Vec2& c, float r, const Vec2& p) { return kvnLen2V2(p - c) <= r * r; }

@@ -27,6 +27,13 @@ bool kvnRayMeetsBox(const Vec2& from, const Vec2& delta, const Vec3& placement, 
 bool kvnRayMeetsSegment(const Vec2& from, const Vec2& delta, const Vec2& a, const Vec2& b,
                         xRayContact& out);
 
+// Clips the parameter range [0, 1] of the segment from + t*delta to the box:
+// false if they do not meet, else the range [enter, exit] inside the box. Uses
+// only monotone float steps, so a box inside another gets a range inside the
+// other's.
+bool kvnClipSegmentToBox(const Vec2& from, const Vec2& delta, const Box2& box, float& enter,
+                         float& exit);
+
 // Whether the segment a-b crosses or lies in the box.
 bool kvnSegmentMeetsBox(const Vec2& a, const Vec2& b, const Box2& box);
 
