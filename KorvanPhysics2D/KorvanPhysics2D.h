@@ -28,6 +28,7 @@
 #include <KorvanPhysics2D/collision/Colliders.h>
 #include <KorvanPhysics2D/collision/CollisionContext.h>
 #include <KorvanPhysics2D/collision/QuadTree.h>
+#include <KorvanPhysics2D/collision/RayHit.h>
 #include <KorvanPhysics2D/collision/SeparatingAxis.h>
 #include <KorvanPhysics2D/collision/TempContact.h>
 

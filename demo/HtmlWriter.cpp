@@ -234,7 +234,33 @@ std::string recordingToJson(const Recording& r) {
         appendNumber(out, v, 4);
       }
     }
-    out += "]}";
+    out += ']';
+    // Scene marks only where a scene made some: l = x0,y0,x1,y1 per line;
+    // p = x,y per point.
+    if (!f.lines.empty()) {
+      out += ",\"l\":[";
+      for (std::size_t k = 0; k < f.lines.size(); ++k) {
+        const LineMark& l = f.lines[k];
+        if (k) out += ',';
+        appendNumber(out, l.x0, 3);
+        for (const float v : {l.y0, l.x1, l.y1}) {
+          out += ',';
+          appendNumber(out, v, 3);
+        }
+      }
+      out += ']';
+    }
+    if (!f.points.empty()) {
+      out += ",\"p\":[";
+      for (std::size_t k = 0; k < f.points.size(); ++k) {
+        if (k) out += ',';
+        appendNumber(out, f.points[k].x, 3);
+        out += ',';
+        appendNumber(out, f.points[k].y, 3);
+      }
+      out += ']';
+    }
+    out += '}';
   }
   out += "]}";
   return out;

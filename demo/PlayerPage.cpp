@@ -40,6 +40,7 @@ button { min-width: 72px; }
     <option value="4">4x</option></select></label>
   <label><input type="checkbox" id="showContacts" checked> contacts</label>
   <label><input type="checkbox" id="showJoints" checked> joints</label>
+  <label id="marksSwitch" hidden><input type="checkbox" id="showMarks" checked> scene marks</label>
 </div>
 <div class="bar">
   <span><span class="swatch" style="background:#f2a14a"></span>awake box</span>
@@ -67,6 +68,11 @@ const char* playerPageScript() {
   var stats = document.getElementById('stats');
   var showContacts = document.getElementById('showContacts');
   var showJoints = document.getElementById('showJoints');
+  var showMarks = document.getElementById('showMarks');
+  // The switch for scene marks (rays, probe points) only where a scene made some.
+  document.getElementById('marksSwitch').hidden = !frames.some(function (fr) {
+    return fr.l || fr.p;
+  });
 
   document.getElementById('title').textContent = 'korvan-demo: ' + rec.scene;
   document.getElementById('desc').textContent = rec.description +
@@ -150,6 +156,7 @@ const char* playerPageScript() {
           KorvanStage.joint(ctx, scale, f.j[k], f.j[k + 1], f.j[k + 2], f.j[k + 3], f.j[k + 4]);
         }
       }
+      if (showMarks.checked) drawMarks(f);
       if (showContacts.checked) {
         var c = f.c;
         for (k = 0; k + 3 < c.length; k += 4) {
@@ -163,6 +170,29 @@ const char* playerPageScript() {
     stats.textContent = (awake + asleep) + ' bodies: ' + awake + ' awake, ' + asleep +
         ' asleep; ' + (f ? f.c.length / 4 : 0) + ' contacts in this frame';
     slider.value = String(index);
+  }
+
+  // Scene marks: lines (x0,y0,x1,y1) and points (x,y), under the contacts.
+  function drawMarks(f) {
+    var k, l = f.l || [], p = f.p || [], dot = 2.5 / scale;
+    ctx.lineWidth = 1 / scale;
+    ctx.strokeStyle = 'rgba(230,170,20,0.75)';
+    for (k = 0; k + 3 < l.length; k += 4) {
+      if (!KorvanStage.ok(l[k]) || !KorvanStage.ok(l[k + 1]) || !KorvanStage.ok(l[k + 2]) ||
+          !KorvanStage.ok(l[k + 3]))
+        continue;
+      ctx.beginPath();
+      ctx.moveTo(l[k], l[k + 1]);
+      ctx.lineTo(l[k + 2], l[k + 3]);
+      ctx.stroke();
+    }
+    ctx.fillStyle = '#8a2be2';
+    for (k = 0; k + 1 < p.length; k += 2) {
+      if (!KorvanStage.ok(p[k]) || !KorvanStage.ok(p[k + 1])) continue;
+      ctx.beginPath();
+      ctx.arc(p[k], p[k + 1], dot, 0, 2 * Math.PI);
+      ctx.fill();
+    }
   }
 
   // The frame nearest to t. Frame times come from the engine's float clock,
@@ -224,6 +254,7 @@ const char* playerPageScript() {
     draw();
   });
   showContacts.addEventListener('change', draw);
+  showMarks.addEventListener('change', draw);
   showJoints.addEventListener('change', draw);
   window.addEventListener('resize', function () { layout(); draw(); });
   window.addEventListener('hashchange', applyHash);

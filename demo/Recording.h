@@ -50,12 +50,22 @@ struct JointMark {
   float x0 = 0.0f, y0 = 0.0f, x1 = 0.0f, y1 = 0.0f;
 };
 
+// Marks a scene drew for the step (rays, probe points), world coordinates.
+struct LineMark {
+  float x0 = 0.0f, y0 = 0.0f, x1 = 0.0f, y1 = 0.0f;
+};
+struct PointMark {
+  float x = 0.0f, y = 0.0f;
+};
+
 struct Frame {
   int step = 0;       // steps completed when the frame was taken
   float time = 0.0f;  // simulated seconds
   std::vector<BodyState> bodies;
   std::vector<ContactMark> contacts;
   std::vector<JointMark> joints;
+  std::vector<LineMark> lines;
+  std::vector<PointMark> points;
 };
 
 // Visible world rectangle (y grows downwards, like gravity).

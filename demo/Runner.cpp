@@ -89,6 +89,12 @@ Frame captureFrame(const KorvanScenes::Scene& scene, bool withContacts) {
     KorvanScenes::jointAnchors(j.joint, m.x0, m.y0, m.x1, m.y1);
     f.joints.push_back(m);
   }
+  for (const KorvanScenes::DebugLine& l : scene.debugMarks().lines) {
+    f.lines.push_back({l.x0, l.y0, l.x1, l.y1});
+  }
+  for (const KorvanScenes::DebugPoint& p : scene.debugMarks().points) {
+    f.points.push_back({p.x, p.y});
+  }
   return f;
 }
 

@@ -91,6 +91,8 @@ Scene::~Scene() {
 }
 
 void Scene::step(float dt) {
+  marks_.lines.clear();
+  marks_.points.clear();
   beforeStep(stepsDone_);
   g_ptrSDK->updateF(dt);
   ++stepsDone_;

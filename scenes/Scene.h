@@ -87,6 +87,19 @@ struct CheckResult {
   bool ok() const { return failures.empty(); }
 };
 
+// What a scene draws over the replay for one step (rays, probe points), in
+// world coordinates.
+struct DebugLine {
+  float x0 = 0.0f, y0 = 0.0f, x1 = 0.0f, y1 = 0.0f;
+};
+struct DebugPoint {
+  float x = 0.0f, y = 0.0f;
+};
+struct DebugMarks {
+  std::vector<DebugLine> lines;
+  std::vector<DebugPoint> points;
+};
+
 // Configurator fields that scenes and options change, saved and put back.
 struct ConfigSnapshot {
   KorvanPHX2D::Vec2 gravity;
@@ -134,6 +147,9 @@ class Scene {
   const std::vector<SceneStatic>& statics() const { return statics_; }
   const std::vector<SceneJoint>& joints() const { return joints_; }
   const WorldBox& view() const { return view_; }
+
+  // The marks the scene made during the last step; most scenes make none.
+  const DebugMarks& debugMarks() const { return marks_; }
 
   // Number of contacts the engine stored in the last step.
   int lastStepContacts() const;
@@ -200,6 +216,7 @@ class Scene {
                    const std::string& what) const;
 
   WorldBox view_;
+  DebugMarks marks_;                          // emptied before every step
   KorvanPHX2D::xEntity* entity_ = nullptr;    // owner of the scene's bodies and shapes
   std::string staticMaterial_ = "wood_hard";  // material of the body-less shapes
 

@@ -53,6 +53,11 @@ const std::vector<Entry>& entries() {
       {{"chain", "a chain of 100 links hanging from the world, let go horizontal", 600, kDt, 600,
         false},
        makeLongChainScene},
+      {{"raycast",
+        "a turning lamp sweeps a fan of rays across the room each step; the replay draws the rays "
+        "and their hit points",
+        500, 0.01f, 300},
+       makeRaycastScene},
   };
   return table;
 }

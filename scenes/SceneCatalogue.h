@@ -25,6 +25,7 @@ std::unique_ptr<Scene> makeBinRainScene(const SceneInfo& info, const SceneOption
 std::unique_ptr<Scene> makeBrickPyramidScene(const SceneInfo& info, const SceneOptions& options,
                                              int rows);
 std::unique_ptr<Scene> makeLongChainScene(const SceneInfo& info, const SceneOptions& options);
+std::unique_ptr<Scene> makeRaycastScene(const SceneInfo& info, const SceneOptions& options);
 
 // Small deterministic generator so that scenes are the same on every run.
 class SceneRandom {

@@ -12,7 +12,9 @@ namespace KorvanPHX2D {
 
 class xClassificationSpace;
 class xMaterial;
+class xRayCastCallback;
 class xShape;
+struct xRayHit;
 
 // Working state of contact generation, kept with the collision context so that
 // every engine starts afresh and its storage is reused from step to step.
@@ -71,6 +73,27 @@ class KVN_API xCollisionContext {
   // record was stored.
   bool createTempContact(xShape* a, xShape* b, xMaterial* ma, xMaterial* mb, const Vec2& point,
                          float depth, const Vec2& normal);
+
+  // World queries (CollisionQueries.cpp). They walk the quadtree without
+  // disturbing a running step, so hosts may call them between steps and from
+  // contact callbacks. A query is of the "collision_ray" category: shapes that
+  // category's rules ignore or let through, shapes that are not initialised
+  // and shapes without an envelope are not seen. Shapes beyond the quadtree's
+  // square (8192 units from the origin) are seen only where they reach into it.
+
+  // The nearest shape that the segment from `from` to `to` meets. A segment
+  // that starts inside a circle or box meets it at fraction 0. False, with
+  // `hit` untouched, when nothing is met.
+  bool rayCast(const Vec2& from, const Vec2& to, xRayHit& hit);
+  // Reports every shape the segment meets to `callback`, nearest first, until
+  // the callback says stop. Returns the number of hits the callback did not
+  // ignore. One walk at a time per callback object.
+  int rayCastAll(const Vec2& from, const Vec2& to, xRayCastCallback& callback);
+  // Appends every shape whose bounding box overlaps `box` (touching counts);
+  // a line segment only when the segment itself crosses or lies in the box.
+  void queryBox(const Box2& box, xArray<xShape*>& result);
+  // A circle or box shape that contains the point (boundary included), or null.
+  xShape* shapeAtPoint(const Vec2& point);
 
   int shapesCount() { return aShapes.size(); }
   int activeShapesCount() { return aActiveShapes.size(); }

@@ -7,4 +7,7 @@ set(KVN_SUBSYSTEM_SOURCES
   SeparatingAxis.cpp
   CircleColliders.cpp
   BoxColliders.cpp
+  QuadTreeWalk.cpp
+  QueryGeometry.cpp
+  CollisionQueries.cpp
 )

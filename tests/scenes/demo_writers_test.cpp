@@ -32,7 +32,8 @@ Recording sampleRecording() {
   r.statics.push_back({"solid", {DrawKind::Segment, 0, 0, 0, -2.0f, 0, 2.0f, 0}});
   for (int s = 0; s <= 2; ++s) {
     const float fs = static_cast<float>(s);
-    Frame f{s, 0.01f * fs, {{0, 0.25f, -1.0f + 0.125f * fs, s == 2 ? kNaN : 0.0f, s < 2}}, {}, {}};
+    Frame f{s,  0.01f * fs, {{0, 0.25f, -1.0f + 0.125f * fs, s == 2 ? kNaN : 0.0f, s < 2}}, {}, {},
+            {}, {}};
     if (s == 1) f.contacts.push_back({0.25f, -0.5f, 0.0f, 1.0f});
     r.frames.push_back(f);
   }
@@ -50,6 +51,20 @@ TEST(ReplayPage, EmbedsCompactFramesWithTrimmedNumbersAndNullForNonFinite) {
     EXPECT_NE(json.find(part), std::string::npos) << part << "\n" << json;
   }
   EXPECT_EQ(json.find('<'), std::string::npos) << "text cannot close the script element";
+}
+
+TEST(ReplayPage, WritesSceneMarksOnlyForFramesThatHaveThem) {
+  Recording r = sampleRecording();
+  EXPECT_EQ(recordingToJson(r).find("\"l\":"), std::string::npos);
+  EXPECT_EQ(recordingToJson(r).find("\"p\":"), std::string::npos);
+  r.frames[1].lines.push_back({0.0f, -1.0f, 1.5f, kNaN});
+  r.frames[1].lines.push_back({0.125f, 0.0f, 0.0f, 0.0f});
+  r.frames[1].points.push_back({1.5f, -0.25f});
+  const std::string json = recordingToJson(r);
+  EXPECT_NE(json.find("\"j\":[],\"l\":[0,-1,1.5,null,0.125,0,0,0],\"p\":[1.5,-0.25]}"),
+            std::string::npos)
+      << json;
+  EXPECT_EQ(json.find("\"l\":"), json.rfind("\"l\":")) << "marks of one frame only";
 }
 
 TEST(ReplayPage, IsSelfContainedWithOneDataElementAndOnePlayerScript) {

@@ -80,6 +80,7 @@ TEST_F(Scenes, EverySmallSceneRunsItsDefaultLengthAndPassesItsPhysicalChecksWith
       {"motor", "the motor turns the bar at"},
       {"sleeping", "all bodies asleep"},
       {"categories", "the notifier counted all"},
+      {"raycast", "rays met a shape of the closed room"},
   };
   std::vector<std::string> names;
   for (const auto& c : cases) names.push_back(c.name);
