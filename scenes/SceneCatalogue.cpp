@@ -38,6 +38,11 @@ const std::vector<Entry>& entries() {
         "a notifier region counting the bodies that pass through it; a ghost ignores everything",
         400, 0.01f, 300},
        makeCategoriesScene},
+      {{"raycast",
+        "a turning lamp sweeps a fan of rays across the room each step; the replay draws the rays "
+        "and their hit points",
+        500, 0.01f, 300},
+       makeRaycastScene},
       // Large scenes in metres (10 units each), steps of 1/60 s, judged after 600 steps.
       {{"islands", "200 separate stacks of 4 boxes on one long ground segment", 600, kDt, 600},
        makeIslandsScene},
@@ -53,11 +58,6 @@ const std::vector<Entry>& entries() {
       {{"chain", "a chain of 100 links hanging from the world, let go horizontal", 600, kDt, 600,
         false},
        makeLongChainScene},
-      {{"raycast",
-        "a turning lamp sweeps a fan of rays across the room each step; the replay draws the rays "
-        "and their hit points",
-        500, 0.01f, 300},
-       makeRaycastScene},
   };
   return table;
 }
